@@ -1,0 +1,6 @@
+#ifndef HIVIEWDFX_HILOG_H
+#define HIVIEWDFX_HILOG_H
+
+#include "hilog/log_c.h"
+
+#endif // HIVIEWDFX_HILOG_H

@@ -1,0 +1,7 @@
+#ifndef TARNBY_EXPORT_H
+#define TARNBY_EXPORT_H
+
+// The library is built with hidden visibility; the public classes carry this mark.
+#define TARNBY_EXPORT __attribute__((visibility("default")))
+
+#endif // TARNBY_EXPORT_H

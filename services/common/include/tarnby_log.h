@@ -1,0 +1,46 @@
+#ifndef TARNBY_LOG_H
+#define TARNBY_LOG_H
+
+#include "hilog/log.h"
+
+namespace OHOS::Tarnby {
+// The log identity of a source unit: every line it writes carries this domain and tag.
+struct LogLabel {
+    unsigned int domain;
+    const char *tag;
+};
+
+inline constexpr LogLabel LABEL_CLIENT = {0xD004612, "TRBYClient"};
+inline constexpr LogLabel LABEL_PROXY = {0xD004613, "TRBYProxy"};
+inline constexpr LogLabel LABEL_SERVICE = {0xD004615, "TRBYService"};
+inline constexpr LogLabel LABEL_CALLBACK = {0xD004616, "TRBYCallback"};
+inline constexpr LogLabel LABEL_DEVICE_DETECT = {0xD004617, "TRBYDeviceDetect"};
+inline constexpr LogLabel LABEL_VESKOR = {0xD00461A, "VeskorManager"};
+inline constexpr LogLabel LABEL_COLLABORATION = {0xD004624, "TRBYCollaboration"};
+inline constexpr LogLabel LABEL_COLL_PROC = {0xD004625, "TRBYCollProc"};
+
+// File name without its directories, for the line prefix.
+constexpr const char *LogFileName(const char *path)
+{
+    const char *name = path;
+    for (const char *p = path; *p != '\0'; ++p) {
+        if (*p == '/') {
+            name = p + 1;
+        }
+    }
+    return name;
+}
+} // namespace OHOS::Tarnby
+
+// Every line is prefixed with "[file:line]function# ". A source unit defines `LOG_LABEL` (a LogLabel) in its own
+// anonymous namespace and logs with HILOGI/HILOGE; the *_AS forms write one line under another unit's label.
+#define TRBY_LOG_AS(label, level, fmt, ...)                                                                       \
+    ((void)HiLogPrint(LOG_CORE, (level), (label).domain, (label).tag, "[%{public}s:%{public}d]%{public}s# " fmt, \
+        ::OHOS::Tarnby::LogFileName(__FILE__), __LINE__, __FUNCTION__, ##__VA_ARGS__))
+
+#define HILOGI_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_INFO, fmt, ##__VA_ARGS__)
+#define HILOGE_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_ERROR, fmt, ##__VA_ARGS__)
+#define HILOGI(fmt, ...) HILOGI_AS(LOG_LABEL, fmt, ##__VA_ARGS__)
+#define HILOGE(fmt, ...) HILOGE_AS(LOG_LABEL, fmt, ##__VA_ARGS__)
+
+#endif // TARNBY_LOG_H
