@@ -1,0 +1,59 @@
+#ifndef TARNBY_REQUEST_H
+#define TARNBY_REQUEST_H
+
+// The shared shape of every request a front sends: the envelope, the operation's own fields (written by the
+// front), the proxy, the send, and the int32 result in the reply. Internal to the library.
+#include <cstdint>
+
+#include "message_option.h"
+#include "message_parcel.h"
+#include "tarnby_log.h"
+#include "tarnby_proxy.h"
+
+namespace OHOS::Tarnby {
+// One of the proxy's send operations: &ITarnbyService::CollaborationToDeviceEvent or &ITarnbyService::SurfaceTransferEvent.
+using SendOperation = int32_t (ITarnbyService::*)(MessageParcel &data, MessageParcel &reply, MessageOption &option);
+
+class TarnbyRequest {
+public:
+    // `label` is the log identity of the front; its lines are logged in the name of the front's function.
+    TarnbyRequest(uint32_t serviceType, uint32_t subServiceType, const LogLabel &label);
+
+    // Writes the envelope (token, then serviceType, subServiceType and three zeros). False when it could not be
+    // written; the front then answers 1001.
+    bool WriteHeader();
+
+    MessageParcel &Data()
+    {
+        return data_;
+    }
+    MessageParcel &Reply()
+    {
+        return reply_;
+    }
+    // Flags 0 (synchronous) and wait time 8 seconds, as every request of the library.
+    MessageOption &Option()
+    {
+        return option_;
+    }
+
+    // Looks the service proxy up; false after "Tarnby dead" when there is none (the front answers 1012).
+    bool AcquireProxy(const char *caller = __builtin_FUNCTION());
+    // Sends through `operation` of the proxy (looking it up first unless AcquireProxy() did): 0, 1012 after
+    // "Tarnby dead", or 0x1B8003F5 after "send request to Tarnby failed".
+    int32_t Send(SendOperation operation, const char *caller = __builtin_FUNCTION());
+    // The int32 at the head of the reply (0 when the reply is empty, as the platform reads missing data).
+    int32_t ReadResult();
+
+private:
+    uint32_t serviceType_;
+    uint32_t subServiceType_;
+    LogLabel label_;
+    MessageParcel data_;
+    MessageParcel reply_;
+    MessageOption option_;
+    sptr<ITarnbyService> proxy_;
+};
+} // namespace OHOS::Tarnby
+
+#endif // TARNBY_REQUEST_H
