@@ -7,6 +7,25 @@ namespace {
 constexpr uint32_t UNUSED_CODE_FIELD = 0; // operateCode, subOperateCode and command: always 0 from this library
 } // namespace
 
+sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *caller)
+{
+    sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
+    if (proxy == nullptr) {
+        TRBY_LOG_FN(label, LOG_ERROR, caller, "Tarnby dead");
+    }
+    return proxy;
+}
+
+int32_t SendThroughProxy(const sptr<ITarnbyService> &proxy, SendOperation operation, MessageParcel &data,
+    MessageParcel &reply, MessageOption &option, const LogLabel &label, const char *caller)
+{
+    if (((*proxy).*operation)(data, reply, option) != TRBY_OK) {
+        TRBY_LOG_FN(label, LOG_ERROR, caller, "send request to Tarnby failed");
+        return ERR_TRBY_SEND_FAILED;
+    }
+    return TRBY_OK;
+}
+
 TarnbyRequest::TarnbyRequest(uint32_t serviceType, uint32_t subServiceType, const LogLabel &label) :
     serviceType_(serviceType), subServiceType_(subServiceType), label_(label),
     option_(TARNBY_OPTION_FLAGS, TARNBY_OPTION_WAIT_TIME)
@@ -21,12 +40,8 @@ bool TarnbyRequest::WriteHeader()
 
 bool TarnbyRequest::AcquireProxy(const char *caller)
 {
-    proxy_ = TarnbyProxy::GetInstance();
-    if (proxy_ == nullptr) {
-        TRBY_LOG_FN(label_, LOG_ERROR, caller, "Tarnby dead");
-        return false;
-    }
-    return true;
+    proxy_ = AcquireServiceProxy(label_, caller);
+    return proxy_ != nullptr;
 }
 
 int32_t TarnbyRequest::Send(SendOperation operation, const char *caller)
@@ -34,15 +49,20 @@ int32_t TarnbyRequest::Send(SendOperation operation, const char *caller)
     if (proxy_ == nullptr && !AcquireProxy(caller)) {
         return ERR_TRBY_SERVICE_DEAD;
     }
-    if (((*proxy_).*operation)(data_, reply_, option_) != TRBY_OK) {
-        TRBY_LOG_FN(label_, LOG_ERROR, caller, "send request to Tarnby failed");
-        return ERR_TRBY_SEND_FAILED;
-    }
-    return TRBY_OK;
+    return SendThroughProxy(proxy_, operation, data_, reply_, option_, label_, caller);
 }
 
 int32_t TarnbyRequest::ReadResult()
 {
     return reply_.ReadInt32();
+}
+
+bool TarnbyRequest::ReserveCapacity(size_t bytes)
+{
+    size_t needed = data_.GetDataSize() + bytes;
+    if (needed > data_.GetMaxCapacity()) {
+        data_.SetMaxCapacity(needed);
+    }
+    return needed <= data_.GetMaxCapacity();
 }
 } // namespace OHOS::Tarnby

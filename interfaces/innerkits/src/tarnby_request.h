@@ -11,8 +11,16 @@
 #include "tarnby_proxy.h"
 
 namespace OHOS::Tarnby {
-// One of the proxy's send operations: &ITarnbyService::CollaborationToDeviceEvent or &ITarnbyService::SurfaceTransferEvent.
+// One of the proxy's send operations, e.g. &ITarnbyService::CollaborationToDeviceEvent.
 using SendOperation = int32_t (ITarnbyService::*)(MessageParcel &data, MessageParcel &reply, MessageOption &option);
+
+// The shared proxy, or empty after "Tarnby dead" (logged under `label` in the caller's name).
+sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *caller = __builtin_FUNCTION());
+
+// Sends through `operation` of `proxy`: 0, or 0x1B8003F5 after "send request to Tarnby failed" (the platform's and
+// the proxy's own codes are logged where they arise).
+int32_t SendThroughProxy(const sptr<ITarnbyService> &proxy, SendOperation operation, MessageParcel &data,
+    MessageParcel &reply, MessageOption &option, const LogLabel &label, const char *caller = __builtin_FUNCTION());
 
 class TarnbyRequest {
 public:
@@ -44,6 +52,11 @@ public:
     int32_t Send(SendOperation operation, const char *caller = __builtin_FUNCTION());
     // The int32 at the head of the reply (0 when the reply is empty, as the platform reads missing data).
     int32_t ReadResult();
+
+    // Raises the request's maximum capacity, if needed, so that `bytes` more fit after what is written. A parcel holds
+    // at most 204,800 bytes unless raised, and the collaboration data may be up to 4,190,208 bytes. False when the
+    // maximum could not be raised that far.
+    bool ReserveCapacity(size_t bytes);
 
 private:
     uint32_t serviceType_;
