@@ -126,8 +126,11 @@ void AppendArgument(std::string &text, const Conversion &c, va_list &args)
     }
 }
 
+// A va_list parameter decays to a pointer on some ABIs, so the arguments are walked through a local copy.
 std::string Format(const char *fmt, va_list args)
 {
+    va_list walk;
+    va_copy(walk, args);
     std::string text;
     for (size_t pos = 0; fmt[pos] != '\0';) {
         if (fmt[pos] != '%') {
@@ -141,8 +144,9 @@ std::string Format(const char *fmt, va_list args)
         }
         Conversion conversion;
         pos = ParseConversion(fmt, pos + 1, conversion);
-        AppendArgument(text, conversion, args);
+        AppendArgument(text, conversion, walk);
     }
+    va_end(walk);
     return text;
 }
 

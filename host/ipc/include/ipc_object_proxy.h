@@ -1,0 +1,59 @@
+#ifndef OHOS_IPC_IPC_OBJECT_PROXY_H
+#define OHOS_IPC_IPC_OBJECT_PROXY_H
+
+#include <mutex>
+#include <vector>
+
+#include "iremote_object.h"
+
+namespace OHOS {
+namespace HostIpc {
+class ObjectRegistry;
+}
+
+// Stands for an object of another process. Requests cross the process boundary; the proxy learns when the
+// other side dies and tells its death recipients.
+class IPCObjectProxy : public IRemoteObject {
+public:
+    explicit IPCObjectProxy(int handle, std::u16string descriptor = std::u16string(), int proto = IF_PROT_DEFAULT);
+    ~IPCObjectProxy() override;
+
+    // Codes above LAST_CALL_TRANSACTION give IPC_PROXY_INVALID_CODE_ERR, a dead proxy ERR_DEAD_OBJECT.
+    int SendRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override;
+    bool IsProxyObject() const override
+    {
+        return true;
+    }
+    bool IsObjectDead() const override;
+    int32_t GetObjectRefCount() override;
+    int Dump(int fd, const std::vector<std::u16string> &args) override;
+    // The recipient is held until the death is reported or it is removed; false if null or already dead.
+    bool AddDeathRecipient(const sptr<DeathRecipient> &recipient) override;
+    // False if null, dead, or never added.
+    bool RemoveDeathRecipient(const sptr<DeathRecipient> &recipient) override;
+    // Asks the other side for its interface descriptor.
+    std::u16string GetInterfaceDescriptor() override;
+
+    uint32_t GetHandle();
+    int GetProto() const;
+
+private:
+    friend class HostIpc::ObjectRegistry;
+
+    // Binds the proxy to the local object that plays the other process.
+    void Attach(const sptr<IRemoteObject> &target, const IRemoteObject *key);
+    // The other side died: later requests fail and every recipient is told once, on an IPC thread.
+    void MarkDead();
+    sptr<IRemoteObject> Target(bool &dead);
+
+    const int handle_;
+    const int proto_;
+    mutable std::mutex mutex_;
+    bool isDead_ = false;
+    sptr<IRemoteObject> target_;
+    const IRemoteObject *key_ = nullptr;
+    std::vector<sptr<DeathRecipient>> recipients_;
+};
+} // namespace OHOS
+
+#endif // OHOS_IPC_IPC_OBJECT_PROXY_H

@@ -1,0 +1,155 @@
+#include "ipc_object_proxy.h"
+
+#include <string>
+
+#include "host_transport.h"
+#include "ipc_log.h"
+#include "message_parcel.h"
+#include "object_registry.h"
+
+namespace OHOS {
+namespace {
+std::u16string ProxyDescriptor(int handle)
+{
+    std::string digits = std::to_string(handle);
+    return u"IPCObjectProxy" + std::u16string(digits.begin(), digits.end());
+}
+} // namespace
+
+IPCObjectProxy::IPCObjectProxy(int handle, std::u16string descriptor, int proto) :
+    IRemoteObject(ProxyDescriptor(handle)), handle_(handle), proto_(proto)
+{
+}
+
+IPCObjectProxy::~IPCObjectProxy()
+{
+    if (key_ != nullptr) {
+        HostIpc::ObjectRegistry::Get().Forget(key_, this);
+    }
+}
+
+void IPCObjectProxy::Attach(const sptr<IRemoteObject> &target, const IRemoteObject *key)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    target_ = target;
+    key_ = key;
+}
+
+sptr<IRemoteObject> IPCObjectProxy::Target(bool &dead)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    dead = isDead_;
+    return target_;
+}
+
+void IPCObjectProxy::MarkDead()
+{
+    std::vector<sptr<DeathRecipient>> recipients;
+    sptr<IRemoteObject> target; // released after the lock: the object's destructor may do anything
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (isDead_) {
+            return;
+        }
+        isDead_ = true;
+        recipients.swap(recipients_);
+        target = std::move(target_);
+    }
+    if (!recipients.empty()) {
+        HostIpc::NotifyDeath(this, std::move(recipients));
+    }
+}
+
+int IPCObjectProxy::SendRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
+{
+    if (code > LAST_CALL_TRANSACTION && code != DUMP_TRANSACTION) {
+        HILOG_IPC_WARN("code %{public}u is out of range", code);
+        return IPC_PROXY_INVALID_CODE_ERR;
+    }
+    bool dead = false;
+    sptr<IRemoteObject> target = Target(dead);
+    if (dead) {
+        return ERR_DEAD_OBJECT;
+    }
+    if (target == nullptr) {
+        return ERR_NULL_OBJECT;
+    }
+    return HostIpc::Transact(target, code, data, reply, option);
+}
+
+bool IPCObjectProxy::IsObjectDead() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return isDead_;
+}
+
+int32_t IPCObjectProxy::GetObjectRefCount()
+{
+    return GetSptrRefCount();
+}
+
+int IPCObjectProxy::Dump(int fd, const std::vector<std::u16string> &args)
+{
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    if (!data.WriteFileDescriptor(fd) || !data.WriteString16Vector(args)) {
+        return ERR_FLATTEN_OBJECT;
+    }
+    return SendRequest(DUMP_TRANSACTION, data, reply, option);
+}
+
+bool IPCObjectProxy::AddDeathRecipient(const sptr<DeathRecipient> &recipient)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (recipient == nullptr || isDead_) {
+        return false;
+    }
+    recipients_.push_back(recipient);
+    return true;
+}
+
+bool IPCObjectProxy::RemoveDeathRecipient(const sptr<DeathRecipient> &recipient)
+{
+    sptr<DeathRecipient> removed; // the last reference may go here; not under the lock
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (recipient == nullptr || isDead_) {
+        return false;
+    }
+    for (auto it = recipients_.begin(); it != recipients_.end(); ++it) {
+        if (*it == recipient) {
+            removed = std::move(*it);
+            recipients_.erase(it);
+            return true;
+        }
+    }
+    return false;
+}
+
+// The framework code bypasses the range check that guards user codes.
+std::u16string IPCObjectProxy::GetInterfaceDescriptor()
+{
+    bool dead = false;
+    sptr<IRemoteObject> target = Target(dead);
+    if (dead || target == nullptr) {
+        return std::u16string();
+    }
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    if (HostIpc::Transact(target, INTERFACE_TRANSACTION, data, reply, option) != ERR_NONE) {
+        return std::u16string();
+    }
+    return reply.ReadString16();
+}
+
+uint32_t IPCObjectProxy::GetHandle()
+{
+    return static_cast<uint32_t>(handle_);
+}
+
+int IPCObjectProxy::GetProto() const
+{
+    return proto_;
+}
+} // namespace OHOS
