@@ -19,7 +19,7 @@ namespace OHOS::Tarnby {
 class TARNBY_EXPORT AbilityFilter : public Parcelable {
 public:
     AbilityFilter(std::string bundleName, std::string abilityType, std::string abilityDescription, uint32_t deviceType,
-        uint32_t accountType);
+                  uint32_t accountType);
     ~AbilityFilter() override;
 
     void SetBundleName(std::string bundleName);
@@ -121,7 +121,7 @@ private:
 class TARNBY_EXPORT LocalInfo : public Parcelable {
 public:
     LocalInfo(std::string localAbilityName, std::string localBundleName, std::string localDeviceId,
-        std::string localModuleName, uint32_t localDeviceType);
+              std::string localModuleName, uint32_t localDeviceType);
     ~LocalInfo() override;
 
     void SetLocalAbilityName(std::string localAbilityName);
@@ -188,7 +188,8 @@ private:
 class TARNBY_EXPORT DeviceServiceInfo : public Parcelable {
 public:
     DeviceServiceInfo(std::string deviceName, uint32_t deviceType, std::string deviceHashId, std::string deviceId,
-        std::vector<std::string> serviceRuleList, std::string networkId, std::string brMac, std::string extraInfo);
+                      std::vector<std::string> serviceRuleList, std::string networkId, std::string brMac,
+                      std::string extraInfo);
     ~DeviceServiceInfo() override;
 
     void SetDeviceName(std::string deviceName);

@@ -23,7 +23,7 @@ enum TargetType : uint32_t {
 class TARNBY_EXPORT TargetInfo : public Parcelable {
 public:
     TargetInfo(std::string networkId, uint32_t targetType, std::string bundleName, std::string abilityName,
-        int32_t systemAbilityId);
+               int32_t systemAbilityId);
     // A system-ability target on no particular device.
     explicit TargetInfo(int32_t systemAbilityId);
     // An ability target on no particular device.

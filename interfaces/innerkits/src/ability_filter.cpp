@@ -70,22 +70,20 @@ sptr<T> ReadOptional(Parcel &parcel)
 } // namespace
 
 AbilityFilter::AbilityFilter(std::string bundleName, std::string abilityType, std::string abilityDescription,
-    uint32_t deviceType, uint32_t accountType) :
+                             uint32_t deviceType, uint32_t accountType) :
     bundleName_(std::move(bundleName)),
-    abilityType_(std::move(abilityType)),
-    abilityDescription_(std::move(abilityDescription)),
-    deviceType_(deviceType),
+    abilityType_(std::move(abilityType)), abilityDescription_(std::move(abilityDescription)), deviceType_(deviceType),
     accountType_(accountType)
 {
     HILOGI("bundleName = %{public}s, abilityType = %{public}s, description = %{public}s,deviceType = %{public}u, "
            "accountType = %{public}u",
-        bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
+           bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
 }
 
 AbilityFilter::~AbilityFilter()
 {
     HILOGI("destory=%{public}s, description=%{public}s, deviceType=%{public}u, accountType=%{public}u",
-        abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
+           abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
 }
 
 void AbilityFilter::SetBundleName(std::string bundleName)
@@ -151,12 +149,12 @@ std::string AbilityFilter::GetAction() const
 bool AbilityFilter::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteString(bundleName_) && parcel.WriteString(abilityType_) &&
-        parcel.WriteString(abilityDescription_) && parcel.WriteUint32(deviceType_) &&
-        parcel.WriteUint32(accountType_) && parcel.WriteString(action_);
+                   parcel.WriteString(abilityDescription_) && parcel.WriteUint32(deviceType_) &&
+                   parcel.WriteUint32(accountType_) && parcel.WriteString(action_);
     if (!written) {
         HILOGE("failed: bundleName: %{public}s, abilityType: %{public}s, abilityDescription: %{public}s,"
                "deviceType:%{public}u, , accountType:%{public}u",
-            bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
+               bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
     }
     return written;
 }
@@ -174,7 +172,7 @@ sptr<AbilityFilter> AbilityFilter::Unmarshalling(Parcel &parcel)
     if (filter == nullptr) {
         HILOGE("new AbilityFilter failed, bundleName = %{public}s, abilityType:%{public}s, "
                "abilityDescription:%{public}s,deviceType:%{public}u, accountType:%{public}u",
-            bundleName.c_str(), abilityType.c_str(), abilityDescription.c_str(), deviceType, accountType);
+               bundleName.c_str(), abilityType.c_str(), abilityDescription.c_str(), deviceType, accountType);
         return nullptr;
     }
     filter->SetAction(std::move(action));
@@ -201,7 +199,7 @@ bool DeviceFilter::Marshalling(Parcel &parcel) const
     bool written = parcel.WriteUInt32Vector(deviceTypes_) && parcel.WriteUInt32Vector(accountTypes_);
     if (!written) {
         HILOGE("write failed, dt:%{public}lu at:%{public}lu", static_cast<unsigned long>(deviceTypes_.size()),
-            static_cast<unsigned long>(accountTypes_.size()));
+               static_cast<unsigned long>(accountTypes_.size()));
     }
     return written;
 }
@@ -247,7 +245,7 @@ std::vector<std::string> ServiceFilter::GetDeviceType() const
 }
 
 bool ServiceFilter::IsMatch(std::shared_ptr<std::vector<std::string>> remoteServiceNames,
-    uint32_t remoteDeviceType) const
+                            uint32_t remoteDeviceType) const
 {
     if (!IsMatchServiceName(std::move(remoteServiceNames))) {
         HILOGI("filtered by service name");
@@ -282,7 +280,7 @@ bool ServiceFilter::IsMatchServiceName(std::shared_ptr<std::vector<std::string>>
 bool ServiceFilter::IsMatchDeviceType(uint32_t remoteDeviceType) const
 {
     HILOGI("filter deviceTypes size: %{public}zu, get remote device type:%{public}u", deviceTypes_.size(),
-        remoteDeviceType);
+           remoteDeviceType);
     if (deviceTypes_.empty()) {
         return true;
     }
@@ -339,14 +337,14 @@ DeviceInfo::DeviceInfo(std::string udid, std::string networkId, std::string devi
     udid_(std::move(udid)), networkId_(std::move(networkId)), deviceName_(std::move(deviceName)),
     deviceType_(deviceType)
 {
-    HILOGI("create:device = %{public}s, deviceType = %{public}u",
-        PickerResult::StringToAnonymous(networkId_).c_str(), deviceType_);
+    HILOGI("create:device = %{public}s, deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
+           deviceType_);
 }
 
 DeviceInfo::~DeviceInfo()
 {
     HILOGI("destory:device = %{public}s deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
-        deviceType_);
+           deviceType_);
 }
 
 void DeviceInfo::SetDeviceUdid(std::string udid)
@@ -392,16 +390,16 @@ uint32_t DeviceInfo::GetDeviceType() const
 bool DeviceInfo::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteString(udid_) && parcel.WriteString(networkId_) && parcel.WriteString(deviceName_) &&
-        parcel.WriteUint32(deviceType_);
+                   parcel.WriteUint32(deviceType_);
     std::string udid = PickerResult::StringToAnonymous(udid_);
     std::string networkId = PickerResult::StringToAnonymous(networkId_);
     if (!written) {
-        HILOGE("failed:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", udid.c_str(),
-            networkId.c_str(), deviceType_);
+        HILOGE("failed:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", udid.c_str(), networkId.c_str(),
+               deviceType_);
         return false;
     }
     HILOGI("success:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", udid.c_str(), networkId.c_str(),
-        deviceType_);
+           deviceType_);
     return true;
 }
 
@@ -414,32 +412,30 @@ sptr<DeviceInfo> DeviceInfo::Unmarshalling(Parcel &parcel)
     sptr<DeviceInfo> info = new (std::nothrow) DeviceInfo(udid, networkId, std::move(deviceName), deviceType);
     if (info == nullptr) {
         HILOGE("new DeviceInfo failed, udid:%{public}s, networkId:%{public}s,deviceType:%{public}u",
-            PickerResult::StringToAnonymous(udid).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
-            deviceType);
+               PickerResult::StringToAnonymous(udid).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
+               deviceType);
     }
     return info;
 }
 
 LocalInfo::LocalInfo(std::string localAbilityName, std::string localBundleName, std::string localDeviceId,
-    std::string localModuleName, uint32_t localDeviceType) :
+                     std::string localModuleName, uint32_t localDeviceType) :
     localAbilityName_(std::move(localAbilityName)),
-    localBundleName_(std::move(localBundleName)),
-    localDeviceId_(std::move(localDeviceId)),
-    localModuleName_(std::move(localModuleName)),
-    localDeviceType_(localDeviceType)
+    localBundleName_(std::move(localBundleName)), localDeviceId_(std::move(localDeviceId)),
+    localModuleName_(std::move(localModuleName)), localDeviceType_(localDeviceType)
 {
     HILOGI("localAbilityName=%{public}s, localBundleName=%{public}s,localDeviceId=%{public}s, "
            "localModuleName=%{public}s, localDeviceType=%{public}u",
-        PickerResult::StringToAnonymous(localAbilityName_).c_str(), localBundleName_.c_str(),
-        PickerResult::StringToAnonymous(localDeviceId_).c_str(), localModuleName_.c_str(), localDeviceType_);
+           PickerResult::StringToAnonymous(localAbilityName_).c_str(), localBundleName_.c_str(),
+           PickerResult::StringToAnonymous(localDeviceId_).c_str(), localModuleName_.c_str(), localDeviceType_);
 }
 
 LocalInfo::~LocalInfo()
 {
     HILOGI("destory:localAbilityName = %{public}s, localBundleName = %{public}s, localDeviceId = %{public}s, "
            "localModuleName=%{public}s, localDeviceType = %{public}u",
-        localAbilityName_.c_str(), localBundleName_.c_str(), PickerResult::StringToAnonymous(localDeviceId_).c_str(),
-        localModuleName_.c_str(), localDeviceType_);
+           localAbilityName_.c_str(), localBundleName_.c_str(), PickerResult::StringToAnonymous(localDeviceId_).c_str(),
+           localModuleName_.c_str(), localDeviceType_);
 }
 
 void LocalInfo::SetLocalAbilityName(std::string localAbilityName)
@@ -495,20 +491,20 @@ uint32_t LocalInfo::GetLocalDeviceType() const
 bool LocalInfo::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteString(localAbilityName_) && parcel.WriteString(localBundleName_) &&
-        parcel.WriteString(localDeviceId_) && parcel.WriteString(localModuleName_) &&
-        parcel.WriteUint32(localDeviceType_);
+                   parcel.WriteString(localDeviceId_) && parcel.WriteString(localModuleName_) &&
+                   parcel.WriteUint32(localDeviceType_);
     std::string deviceId = PickerResult::StringToAnonymous(localDeviceId_);
     if (!written) {
         HILOGE("failed:localAbilityName_:%{public}s, localBundleName_:%{public}s, localDeviceId_:%{public}s, "
                "localModuleName_:%{public}s, localDeviceType_:%{public}u",
-            localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
-            localDeviceType_);
+               localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
+               localDeviceType_);
         return false;
     }
     HILOGI("localAbilityName_:%{public}s, localBundleName_:%{public}s, localDeviceId_:%{public}s, "
            "localModuleName_:%{public}s, localDeviceType_:%{public}u",
-        localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
-        localDeviceType_);
+           localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
+           localDeviceType_);
     return true;
 }
 
@@ -523,8 +519,8 @@ sptr<LocalInfo> LocalInfo::Unmarshalling(Parcel &parcel)
     if (info == nullptr) {
         HILOGE("new LocalInfo failed, localAbilityName:%{public}s, localBundleName:%{public}s, "
                "localDeviceId:%{public}s, localModuleNam:%{public}s, localDeviceType:%{public}u",
-            abilityName.c_str(), bundleName.c_str(), PickerResult::StringToAnonymous(deviceId).c_str(),
-            moduleName.c_str(), deviceType);
+               abilityName.c_str(), bundleName.c_str(), PickerResult::StringToAnonymous(deviceId).c_str(),
+               moduleName.c_str(), deviceType);
     }
     return info;
 }
@@ -532,13 +528,13 @@ sptr<LocalInfo> LocalInfo::Unmarshalling(Parcel &parcel)
 PickerResult::PickerResult()
 {
     HILOGI("create: abilityFilter_ = %{public}d, deviceInfo_= %{public}d ", IsNull(abilityFilter_),
-        IsNull(deviceInfo_));
+           IsNull(deviceInfo_));
 }
 
 PickerResult::~PickerResult()
 {
     HILOGI("destory: abilityFilter_ = %{public}d, deviceInfo_= %{public}d ", IsNull(abilityFilter_),
-        IsNull(deviceInfo_));
+           IsNull(deviceInfo_));
 }
 
 void PickerResult::SetAccessType(AccessType accessType)
@@ -584,11 +580,11 @@ sptr<LocalInfo> PickerResult::GetLocalDeviceInfo() const
 bool PickerResult::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteUint32(accessType_) && WriteRequired(parcel, abilityFilter_) &&
-        WriteRequired(parcel, deviceInfo_) && WriteRequired(parcel, localInfo_);
+                   WriteRequired(parcel, deviceInfo_) && WriteRequired(parcel, localInfo_);
     if (!written) {
         HILOGE("write PickerResult failed: abilityFilter_ = %{public}d, deviceInfo_= %{public}d localInfo_= "
                "%{public}d",
-            IsNull(abilityFilter_), IsNull(deviceInfo_), IsNull(localInfo_));
+               IsNull(abilityFilter_), IsNull(deviceInfo_), IsNull(localInfo_));
     }
     return written;
 }
@@ -606,7 +602,7 @@ sptr<PickerResult> PickerResult::Unmarshalling(Parcel &parcel)
     sptr<LocalInfo> localInfo = ReadOptional<LocalInfo>(parcel);
     if (abilityFilter == nullptr || deviceInfo == nullptr || localInfo == nullptr) {
         HILOGE("read abilityFilter_ %{public}d, deviceInfo %{public}d, localInfo %{public}d", IsNull(abilityFilter),
-            IsNull(deviceInfo), IsNull(localInfo));
+               IsNull(deviceInfo), IsNull(localInfo));
         return nullptr;
     }
     if (accessType > ACCESS_TYPE_2) {
@@ -630,25 +626,21 @@ std::string PickerResult::StringToAnonymous(const std::string &value)
 }
 
 DeviceServiceInfo::DeviceServiceInfo(std::string deviceName, uint32_t deviceType, std::string deviceHashId,
-    std::string deviceId, std::vector<std::string> serviceRuleList, std::string networkId, std::string brMac,
-    std::string extraInfo) :
+                                     std::string deviceId, std::vector<std::string> serviceRuleList,
+                                     std::string networkId, std::string brMac, std::string extraInfo) :
     deviceName_(std::move(deviceName)),
-    deviceType_(deviceType),
-    deviceHashId_(std::move(deviceHashId)),
-    deviceId_(std::move(deviceId)),
-    serviceRuleList_(std::move(serviceRuleList)),
-    networkId_(std::move(networkId)),
-    brMac_(std::move(brMac)),
+    deviceType_(deviceType), deviceHashId_(std::move(deviceHashId)), deviceId_(std::move(deviceId)),
+    serviceRuleList_(std::move(serviceRuleList)), networkId_(std::move(networkId)), brMac_(std::move(brMac)),
     extraInfo_(std::move(extraInfo))
 {
-    HILOGI("create:device = %{public}s, deviceType = %{public}u",
-        PickerResult::StringToAnonymous(networkId_).c_str(), deviceType_);
+    HILOGI("create:device = %{public}s, deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
+           deviceType_);
 }
 
 DeviceServiceInfo::~DeviceServiceInfo()
 {
-    HILOGI("destory:device = %{public}s, deviceType = %{public}u",
-        PickerResult::StringToAnonymous(networkId_).c_str(), deviceType_);
+    HILOGI("destory:device = %{public}s, deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
+           deviceType_);
 }
 
 void DeviceServiceInfo::SetDeviceName(std::string deviceName)
@@ -734,18 +726,18 @@ std::string DeviceServiceInfo::GetExtraInfo() const
 bool DeviceServiceInfo::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteString(deviceName_) && parcel.WriteUint32(deviceType_) &&
-        parcel.WriteString(deviceHashId_) && parcel.WriteString(deviceId_) &&
-        parcel.WriteStringVector(serviceRuleList_) && parcel.WriteString(networkId_) && parcel.WriteString(brMac_) &&
-        parcel.WriteString(extraInfo_);
+                   parcel.WriteString(deviceHashId_) && parcel.WriteString(deviceId_) &&
+                   parcel.WriteStringVector(serviceRuleList_) && parcel.WriteString(networkId_) &&
+                   parcel.WriteString(brMac_) && parcel.WriteString(extraInfo_);
     std::string deviceId = PickerResult::StringToAnonymous(deviceId_);
     std::string networkId = PickerResult::StringToAnonymous(networkId_);
     if (!written) {
         HILOGE("failed:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", deviceId.c_str(),
-            networkId.c_str(), deviceType_);
+               networkId.c_str(), deviceType_);
         return false;
     }
     HILOGI("success:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", deviceId.c_str(),
-        networkId.c_str(), deviceType_);
+           networkId.c_str(), deviceType_);
     return true;
 }
 
@@ -760,12 +752,12 @@ sptr<DeviceServiceInfo> DeviceServiceInfo::Unmarshalling(Parcel &parcel)
     std::string networkId = parcel.ReadString();
     std::string brMac = parcel.ReadString();
     std::string extraInfo = parcel.ReadString();
-    sptr<DeviceServiceInfo> info = new (std::nothrow) DeviceServiceInfo(
-        deviceName, deviceType, deviceHashId, deviceId, serviceRuleList, networkId, brMac, extraInfo);
+    sptr<DeviceServiceInfo> info = new (std::nothrow)
+        DeviceServiceInfo(deviceName, deviceType, deviceHashId, deviceId, serviceRuleList, networkId, brMac, extraInfo);
     if (info == nullptr) {
         HILOGE("new DeviceServiceInfo failed, udid:%{public}s, networkId:%{public}s,deviceType:%{public}u",
-            PickerResult::StringToAnonymous(deviceId).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
-            deviceType);
+               PickerResult::StringToAnonymous(deviceId).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
+               deviceType);
     }
     return info;
 }

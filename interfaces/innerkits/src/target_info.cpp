@@ -16,17 +16,15 @@ constexpr char KEY_SEPARATOR = ' ';
 } // namespace
 
 TargetInfo::TargetInfo(std::string networkId, uint32_t targetType, std::string bundleName, std::string abilityName,
-    int32_t systemAbilityId) :
+                       int32_t systemAbilityId) :
     networkId_(std::move(networkId)),
-    targetType_(targetType),
-    bundleName_(std::move(bundleName)),
-    abilityName_(std::move(abilityName)),
+    targetType_(targetType), bundleName_(std::move(bundleName)), abilityName_(std::move(abilityName)),
     systemAbilityId_(systemAbilityId)
 {
     HILOGI("networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
            "systemAbilityId=%{public}u",
-        PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(),
-        systemAbilityId_);
+           PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(),
+           systemAbilityId_);
 }
 
 TargetInfo::TargetInfo(int32_t systemAbilityId) : systemAbilityId_(systemAbilityId)
@@ -44,8 +42,8 @@ TargetInfo::~TargetInfo()
 {
     HILOGI("destroy networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
            "systemAbilityId=%{public}u",
-        PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(),
-        systemAbilityId_);
+           PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(),
+           systemAbilityId_);
 }
 
 void TargetInfo::SetNetworkId(std::string networkId)
@@ -118,17 +116,18 @@ std::string TargetInfo::GenTargetKey() const
 bool TargetInfo::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteString(networkId_) && parcel.WriteUint32(targetType_) &&
-        parcel.WriteString(bundleName_) && parcel.WriteString(abilityName_) && parcel.WriteInt32(systemAbilityId_);
+                   parcel.WriteString(bundleName_) && parcel.WriteString(abilityName_) &&
+                   parcel.WriteInt32(systemAbilityId_);
     std::string networkId = PickerResult::StringToAnonymous(networkId_);
     if (!written) {
         HILOGE("failed networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
                "systemAbilityId=%{public}u",
-            networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
+               networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
         return false;
     }
     HILOGI("success networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
            "systemAbilityId=%{public}u",
-        networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
+           networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
     return true;
 }
 
@@ -143,8 +142,8 @@ TargetInfo *TargetInfo::Unmarshalling(Parcel &parcel)
     if (target == nullptr) {
         HILOGE("failed networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
                "systemAbilityId=%{public}u",
-            PickerResult::StringToAnonymous(networkId).c_str(), targetType, bundleName.c_str(), abilityName.c_str(),
-            systemAbilityId);
+               PickerResult::StringToAnonymous(networkId).c_str(), targetType, bundleName.c_str(), abilityName.c_str(),
+               systemAbilityId);
     }
     return target;
 }
@@ -194,7 +193,7 @@ bool StartInfo::Marshalling(Parcel &parcel) const
 {
     // The service needs the source end: a null one fails the write, whatever the platform does for null.
     bool written = parcel.WriteInt32(collaborationSessionId_) && srcTarget_ != nullptr &&
-        parcel.WriteStrongParcelable(srcTarget_) && parcel.WriteString(extraData_);
+                   parcel.WriteStrongParcelable(srcTarget_) && parcel.WriteString(extraData_);
     if (!written) {
         HILOGE("failed marshall collaborationSessionId=%{public}d", collaborationSessionId_);
         return false;

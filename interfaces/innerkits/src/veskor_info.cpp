@@ -96,8 +96,8 @@ void DistributeTaskInfo::SetCanDisconnectFlag(uint32_t canDisconnectFlag)
 
 bool DistributeTaskInfo::Marshalling(Parcel &parcel) const
 {
-    bool written = parcel.WriteString(deviceId_) && parcel.WriteUint32(serviceType_) &&
-        parcel.WriteUint32(linkType_) && parcel.WriteUint32(connectState_) && parcel.WriteUint32(canDisconnectFlag_);
+    bool written = parcel.WriteString(deviceId_) && parcel.WriteUint32(serviceType_) && parcel.WriteUint32(linkType_) &&
+                   parcel.WriteUint32(connectState_) && parcel.WriteUint32(canDisconnectFlag_);
     if (!written) {
         HILOGE("failed:DistributeTaskInfo linkType= %{public}d", linkType_);
         return false;
@@ -171,8 +171,7 @@ void ServiceStateInfo::SetConnectState(uint32_t connectState)
 
 bool ServiceStateInfo::Marshalling(Parcel &parcel) const
 {
-    bool written =
-        parcel.WriteString(deviceId_) && parcel.WriteUint32(linkType_) && parcel.WriteUint32(connectState_);
+    bool written = parcel.WriteString(deviceId_) && parcel.WriteUint32(linkType_) && parcel.WriteUint32(connectState_);
     if (!written) {
         HILOGE("failed:ServiceSateInfo linkType= %{public}d", linkType_);
         return false;
@@ -229,12 +228,9 @@ sptr<HardwareRequest> HardwareRequest::Unmarshalling(Parcel &parcel)
 }
 
 CommunicationRequest::CommunicationRequest(int minBandwidth, int maxLatency, int minLatency, int maxWaitTime,
-    int maxBuffer) :
+                                           int maxBuffer) :
     minBandwidth_(minBandwidth),
-    maxLatency_(maxLatency),
-    minLatency_(minLatency),
-    maxWaitTime_(maxWaitTime),
-    maxBuffer_(maxBuffer)
+    maxLatency_(maxLatency), minLatency_(minLatency), maxWaitTime_(maxWaitTime), maxBuffer_(maxBuffer)
 {
 }
 
@@ -306,9 +302,9 @@ void CommunicationRequest::SetDataType(std::string dataType)
 bool CommunicationRequest::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteInt32(minBandwidth_) && parcel.WriteInt32(maxLatency_) &&
-        parcel.WriteInt32(minLatency_) && parcel.WriteInt32(maxWaitTime_) && parcel.WriteInt32(maxBuffer_) &&
-        parcel.WriteInt32(maxIdleTime_) && parcel.WriteInt32(firstPackge_) && parcel.WriteInt32(transReliability_) &&
-        parcel.WriteString(dataType_);
+                   parcel.WriteInt32(minLatency_) && parcel.WriteInt32(maxWaitTime_) && parcel.WriteInt32(maxBuffer_) &&
+                   parcel.WriteInt32(maxIdleTime_) && parcel.WriteInt32(firstPackge_) &&
+                   parcel.WriteInt32(transReliability_) && parcel.WriteString(dataType_);
     if (!written) {
         HILOGE("Communication Request write parcelable failed.");
     }
@@ -408,7 +404,7 @@ bool ResourceRequest::Marshalling(Parcel &parcel) const
     }
     if (!WriteOptional(parcel, communicationRequest_)) {
         HILOGE_AS(LABEL_CLIENT, "write ResourceRequest failed: communicationRequest = %{public}d",
-            communicationRequest_ == nullptr ? 1 : 0);
+                  communicationRequest_ == nullptr ? 1 : 0);
         return false;
     }
     if (!parcel.WriteUint32(serviceConnectType_)) {
