@@ -286,7 +286,7 @@ sptr<T>::sptr(sptr<T> &&other) noexcept : refs_(other.refs_)
 
 template <typename T>
 template <typename O>
-sptr<T>::sptr(const sptr<O> &other) : sptr(static_cast<T *>(other.GetRefPtr()))
+sptr<T>::sptr(const sptr<O> &other) : sptr(other.GetRefPtr())
 {
 }
 
@@ -358,7 +358,7 @@ template <typename T>
 template <typename O>
 sptr<T> &sptr<T>::operator=(const sptr<O> &other)
 {
-    return operator=(static_cast<T *>(other.GetRefPtr()));
+    return operator=(other.GetRefPtr());
 }
 
 template <typename T>
@@ -435,7 +435,7 @@ wptr<T>::wptr(const wptr<O> &other)
 
 template <typename T>
 template <typename O>
-wptr<T>::wptr(const sptr<O> &other) : wptr(static_cast<T *>(other.GetRefPtr()))
+wptr<T>::wptr(const sptr<O> &other) : wptr(other.GetRefPtr())
 {
 }
 
@@ -504,7 +504,7 @@ template <typename T>
 template <typename O>
 wptr<T> &wptr<T>::operator=(const sptr<O> &other)
 {
-    return operator=(static_cast<T *>(other.GetRefPtr()));
+    return operator=(other.GetRefPtr());
 }
 
 template <typename T>

@@ -155,19 +155,35 @@ TEST(RefBaseTest, VirtualBaseKeepsOneCountAcrossTheDiamond)
 // destroyed exactly once per round.
 TEST(RefBaseTest, PromoteRacesTheLastReleaseSafely)
 {
-    constexpr int ROUNDS = 2000;
+    constexpr int ROUNDS = 1000;
     std::atomic<int> deaths{0};
     int promotions = 0;
     for (int round = 0; round < ROUNDS; round++) {
         sptr<Both> owner = new Both(&deaths);
         wptr<Both> weak = owner;
-        std::atomic<bool> go{false};
-        std::thread releaser([&] {
-            while (!go.load()) {
+        std::atomic<int> arrived{0};
+        auto meet = [&arrived] {
+            arrived.fetch_add(1);
+            // Spin briefly so both sides leave together; yield after that so a busy machine still progresses.
+            for (int spins = 0; arrived.load() < 2; spins++) {
+                if (spins > 10000) {
+                    std::this_thread::yield();
+                }
             }
+        };
+        // Stagger one side or the other a little differently each round so both orders and the overlap occur.
+        auto stagger = [round](bool mine) {
+            for (int spin = 0; mine && spin < (round / 2) % 200; spin++) {
+                std::atomic_signal_fence(std::memory_order_seq_cst);
+            }
+        };
+        std::thread releaser([&] {
+            meet();
+            stagger(round % 2 == 1);
             owner.clear();
         });
-        go.store(true);
+        meet();
+        stagger(round % 2 == 0);
         sptr<Both> promoted = weak.promote();
         if (promoted != nullptr) {
             promotions++;
