@@ -19,11 +19,11 @@ public:
 };
 
 // Put inside an interface class: gives it the descriptor that tokens and iface_cast use.
-#define DECLARE_INTERFACE_DESCRIPTOR(DESCRIPTOR)                         \
-    static constexpr const char16_t *metaDescriptor_ = DESCRIPTOR;       \
-    static inline const std::u16string GetDescriptor()                   \
-    {                                                                    \
-        return metaDescriptor_;                                          \
+#define DECLARE_INTERFACE_DESCRIPTOR(DESCRIPTOR)                                                                       \
+    static constexpr const char16_t *metaDescriptor_ = DESCRIPTOR;                                                     \
+    static inline const std::u16string GetDescriptor()                                                                 \
+    {                                                                                                                  \
+        return metaDescriptor_;                                                                                        \
     }
 
 class BrokerDelegatorBase {

@@ -28,7 +28,7 @@ struct Call {
     sptr<IRemoteObject> target;
     uint32_t code = 0;
     MessageOption option;
-    Identity sender {};
+    Identity sender{};
     std::unique_ptr<MessageParcel> request;
     std::unique_ptr<MessageParcel> reply;
     int result = ERR_NONE;
@@ -54,7 +54,7 @@ void Serve(Call &call, bool async)
 }
 
 std::shared_ptr<Call> PrepareCall(const sptr<IRemoteObject> &target, uint32_t code, const MessageParcel &data,
-    const MessageOption &option)
+                                  const MessageOption &option)
 {
     std::shared_ptr<Call> call(new (std::nothrow) Call());
     if (call == nullptr) {
@@ -117,9 +117,9 @@ bool ParcelCrossing::Cross(const MessageParcel &from, MessageParcel &to)
 }
 
 bool ParcelCrossing::Translate(const MessageParcel::ObjectEntry &entry, size_t offset, std::vector<uint8_t> &bytes,
-    size_t base, Objects &received)
+                               size_t base, Objects &received)
 {
-    MessageParcel::FlatObject flat {TYPE_HANDLE, FLAT_FLAGS, 0, 0};
+    MessageParcel::FlatObject flat{TYPE_HANDLE, FLAT_FLAGS, 0, 0};
     if (offset + sizeof(flat) > bytes.size()) {
         return true; // the bytes under this entry were cut off by a rewind: nothing left to carry
     }
@@ -137,7 +137,7 @@ bool ParcelCrossing::Translate(const MessageParcel::ObjectEntry &entry, size_t o
             HILOG_IPC_ERROR("descriptor %{public}d cannot cross: errno %{public}d", entry.fd, errno);
             return false;
         }
-        flat = MessageParcel::FlatObject {TYPE_FD, FLAT_FLAGS, static_cast<uint64_t>(arrived.fd), FD_OWNED_COOKIE};
+        flat = MessageParcel::FlatObject{TYPE_FD, FLAT_FLAGS, static_cast<uint64_t>(arrived.fd), FD_OWNED_COOKIE};
     }
     std::memcpy(bytes.data() + offset, &flat, sizeof(flat));
     received[base + offset] = std::move(arrived);
@@ -174,7 +174,7 @@ void ParcelCrossing::CloseAll(Objects &objects)
 }
 
 int Transact(const sptr<IRemoteObject> &target, uint32_t code, MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+             MessageOption &option)
 {
     std::shared_ptr<Call> call = PrepareCall(target, code, data, option);
     if (call == nullptr) {

@@ -23,7 +23,7 @@ private:
 
     // Rewrites the flat object at `offset` of `bytes` for the receiver and records it in `received`.
     static bool Translate(const MessageParcel::ObjectEntry &entry, size_t offset, std::vector<uint8_t> &bytes,
-        size_t base, Objects &received);
+                          size_t base, Objects &received);
     static bool AppendBytes(MessageParcel &to, const std::vector<uint8_t> &bytes);
     static void CloseAll(Objects &objects);
 };
@@ -31,7 +31,7 @@ private:
 // Runs `target`'s SendRequest on an IPC thread as a request from another process. Synchronous requests wait
 // and get the handler's reply; the handler's result comes back only when that reply is empty.
 int Transact(const sptr<IRemoteObject> &target, uint32_t code, MessageParcel &data, MessageParcel &reply,
-    MessageOption &option);
+             MessageOption &option);
 
 // Tells each recipient, once, on an IPC thread, that `proxy` died.
 void NotifyDeath(const sptr<IRemoteObject> &proxy, std::vector<sptr<IRemoteObject::DeathRecipient>> recipients);

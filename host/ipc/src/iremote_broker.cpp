@@ -9,7 +9,7 @@ BrokerRegistration &BrokerRegistration::Get()
 }
 
 bool BrokerRegistration::Register(const std::u16string &descriptor, const Constructor &creator,
-    const BrokerDelegatorBase *object)
+                                  const BrokerDelegatorBase *object)
 {
     if (descriptor.empty() || !creator) {
         return false;
@@ -31,8 +31,7 @@ BrokerRegistration::Constructor BrokerRegistration::FindCreator(const std::u16st
     return found == creators_.end() ? Constructor() : found->second;
 }
 
-sptr<IRemoteBroker> BrokerRegistration::NewInstance(const std::u16string &descriptor,
-    const sptr<IRemoteObject> &object)
+sptr<IRemoteBroker> BrokerRegistration::NewInstance(const std::u16string &descriptor, const sptr<IRemoteObject> &object)
 {
     if (object == nullptr) {
         return nullptr;

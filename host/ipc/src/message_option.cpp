@@ -1,9 +1,7 @@
 #include "message_option.h"
 
 namespace OHOS {
-MessageOption::MessageOption(int flags, int waitTime) : flags_(flags), waitTime_(waitTime)
-{
-}
+MessageOption::MessageOption(int flags, int waitTime) : flags_(flags), waitTime_(waitTime) {}
 
 void MessageOption::SetFlags(int flags)
 {

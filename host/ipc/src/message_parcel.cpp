@@ -93,7 +93,7 @@ bool MessageParcel::WriteRemoteObject(const sptr<IRemoteObject> &object)
     if (object == nullptr) {
         return false;
     }
-    FlatObject flat {HostIpc::TYPE_BINDER, HostIpc::FLAT_FLAGS, 0, 0};
+    FlatObject flat{HostIpc::TYPE_BINDER, HostIpc::FLAT_FLAGS, 0, 0};
     auto *proxy = object->IsProxyObject() ? dynamic_cast<IPCObjectProxy *>(object.GetRefPtr()) : nullptr;
     if (proxy != nullptr) {
         flat.type = HostIpc::TYPE_HANDLE;
@@ -102,7 +102,7 @@ bool MessageParcel::WriteRemoteObject(const sptr<IRemoteObject> &object)
         flat.handle = reinterpret_cast<uintptr_t>(object.GetRefPtr());
         flat.cookie = flat.handle;
     }
-    return WriteFlatObject(flat, ObjectEntry {object, -1});
+    return WriteFlatObject(flat, ObjectEntry{object, -1});
 }
 
 sptr<IRemoteObject> MessageParcel::ReadRemoteObject()
@@ -126,8 +126,8 @@ bool MessageParcel::WriteFileDescriptor(int fd)
         HILOG_IPC_ERROR("dup of fd %{public}d failed, errno %{public}d", fd, errno);
         return false;
     }
-    FlatObject flat {HostIpc::TYPE_FD, HostIpc::FLAT_FLAGS, static_cast<uint64_t>(held), HostIpc::FD_OWNED_COOKIE};
-    if (!WriteFlatObject(flat, ObjectEntry {nullptr, held})) {
+    FlatObject flat{HostIpc::TYPE_FD, HostIpc::FLAT_FLAGS, static_cast<uint64_t>(held), HostIpc::FD_OWNED_COOKIE};
+    if (!WriteFlatObject(flat, ObjectEntry{nullptr, held})) {
         close(held);
         return false;
     }

@@ -1,9 +1,7 @@
 #include "peer_holder.h"
 
 namespace OHOS {
-PeerHolder::PeerHolder(const sptr<IRemoteObject> &object) : remoteObject_(object)
-{
-}
+PeerHolder::PeerHolder(const sptr<IRemoteObject> &object) : remoteObject_(object) {}
 
 sptr<IRemoteObject> PeerHolder::Remote()
 {

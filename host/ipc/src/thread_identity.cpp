@@ -10,9 +10,9 @@ namespace OHOS::HostIpc {
 namespace {
 struct ThreadIdentities {
     bool hasSender = false;
-    Identity sender {};
+    Identity sender{};
     bool hasCaller = false;
-    Identity caller {};
+    Identity caller{};
 };
 
 thread_local ThreadIdentities t_identities;
@@ -23,7 +23,7 @@ Identity SenderIdentity()
     if (t_identities.hasSender) {
         return t_identities.sender;
     }
-    return Identity {getpid(), static_cast<pid_t>(getuid())};
+    return Identity{getpid(), static_cast<pid_t>(getuid())};
 }
 
 const Identity *CallingIdentity()
@@ -52,7 +52,7 @@ CallingIdentityScope::~CallingIdentityScope()
 void SetThreadIdentity(pid_t pid, pid_t uid)
 {
     t_identities.hasSender = true;
-    t_identities.sender = Identity {pid, uid};
+    t_identities.sender = Identity{pid, uid};
 }
 
 void ClearThreadIdentity()

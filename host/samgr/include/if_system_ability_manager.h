@@ -24,8 +24,9 @@ public:
     struct SAExtraProp {
         SAExtraProp() = default;
         SAExtraProp(bool isDistributed, unsigned int dumpFlags, const std::u16string &capability,
-            const std::u16string &permission) :
-            isDistributed(isDistributed), dumpFlags(dumpFlags), capability(capability), permission(permission)
+                    const std::u16string &permission) :
+            isDistributed(isDistributed),
+            dumpFlags(dumpFlags), capability(capability), permission(permission)
         {
         }
 
@@ -44,7 +45,8 @@ public:
     virtual sptr<IRemoteObject> CheckSystemAbility(int32_t systemAbilityId) = 0;
     // Ids outside 0..0x00ffffff and null abilities are refused. ERR_OK on success.
     virtual int32_t AddSystemAbility(int32_t systemAbilityId, const sptr<IRemoteObject> &ability,
-        const SAExtraProp &extraProp = SAExtraProp(false, DUMP_FLAG_PRIORITY_DEFAULT, u"", u"")) = 0;
+                                     const SAExtraProp &extraProp = SAExtraProp(false, DUMP_FLAG_PRIORITY_DEFAULT, u"",
+                                                                                u"")) = 0;
     virtual int32_t RemoveSystemAbility(int32_t systemAbilityId) = 0;
 };
 } // namespace OHOS

@@ -35,7 +35,7 @@ public:
     {
         if (!IsValidId(systemAbilityId) || ability == nullptr) {
             HiLogPrint(LOG_CORE, LOG_ERROR, LOG_DOMAIN_SAMGR, LOG_TAG_SAMGR, "AddSystemAbility refused id %{public}d",
-                systemAbilityId);
+                       systemAbilityId);
             return ERR_INVALID_VALUE;
         }
         std::lock_guard<std::mutex> lock(mutex_);
@@ -107,7 +107,7 @@ private:
 
     std::mutex mutex_;
     std::map<int32_t, sptr<IRemoteObject>> abilities_;
-    std::atomic<uint32_t> lookups_ {0};
+    std::atomic<uint32_t> lookups_{0};
 };
 
 class SystemAbilityManager : public ISystemAbilityManager {
@@ -134,7 +134,7 @@ public:
     }
 
     int32_t AddSystemAbility(int32_t systemAbilityId, const sptr<IRemoteObject> &ability,
-        const SAExtraProp &extraProp) override
+                             const SAExtraProp &extraProp) override
     {
         return AbilityTable::Get().Add(systemAbilityId, ability);
     }
@@ -145,7 +145,7 @@ public:
     }
 };
 
-std::atomic<bool> g_managerAvailable {true};
+std::atomic<bool> g_managerAvailable{true};
 } // namespace
 
 SystemAbilityManagerClient &SystemAbilityManagerClient::GetInstance()

@@ -43,7 +43,7 @@ TEST_F(HiLogTest, PublicValuesAreShownAndOthersArePrivate)
 TEST_F(HiLogTest, PrivateArgumentsAreStillConsumedInOrder)
 {
     EXPECT_EQ(LOG_TEXT("%{private}s %{public}d %lld %{public}s", "secret", 7, 1LL << 40, "end"),
-        "<private> 7 <private> end");
+              "<private> 7 <private> end");
     EXPECT_EQ(LOG_TEXT("%f|%{public}.2f|%{public}d", 1.5, 2.25, 3), "<private>|2.25|3");
 }
 

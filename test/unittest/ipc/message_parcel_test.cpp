@@ -74,7 +74,9 @@ TEST(MessageParcelTest, InterfaceTokenHasPolicyWorkSourceAndName)
 {
     MessageParcel parcel;
     ASSERT_TRUE(parcel.WriteInterfaceToken(u"ohos.ITarnby.ITarnbyService"));
-    EXPECT_EQ(Hex(parcel), "00010000" "00000000" "1b000000"
+    EXPECT_EQ(Hex(parcel), "00010000"
+                           "00000000"
+                           "1b000000"
                            "6f0068006f0073002e0049005400610072006e00620079002e00490054006100"
                            "72006e006200790053006500720076006900630065000000");
     EXPECT_EQ(parcel.GetDataSize(), 68u);

@@ -30,7 +30,7 @@ sptr<IRemoteObject> ProxyOf(const sptr<IRemoteObject> &stub)
 }
 
 int Send(const sptr<IRemoteObject> &remote, MessageParcel &data, MessageParcel &reply, uint32_t code = CODE,
-    int flags = MessageOption::TF_SYNC)
+         int flags = MessageOption::TF_SYNC)
 {
     MessageOption option(flags);
     return remote->SendRequest(code, data, reply, option);
@@ -230,7 +230,7 @@ TEST(RemoteCallTest, ObjectInTheReplyArrivesAsProxy)
 
 TEST(RemoteCallTest, CodesAboveTheUserRangeAreRefusedByTheProxy)
 {
-    std::atomic<int> calls {0};
+    std::atomic<int> calls{0};
     sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
         calls++;
         return 0;
@@ -365,12 +365,12 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
 {
     std::thread::id callbackThread;
     std::thread::id serviceThread;
-    sptr<IRemoteObject> clientCallback = new ScriptedStub([&](uint32_t code, MessageParcel &data, MessageParcel &reply,
-                                                              auto &) {
-        callbackThread = std::this_thread::get_id();
-        reply.WriteInt32(data.ReadInt32() * 10 + static_cast<int32_t>(code));
-        return 0;
-    });
+    sptr<IRemoteObject> clientCallback =
+        new ScriptedStub([&](uint32_t code, MessageParcel &data, MessageParcel &reply, auto &) {
+            callbackThread = std::this_thread::get_id();
+            reply.WriteInt32(data.ReadInt32() * 10 + static_cast<int32_t>(code));
+            return 0;
+        });
     sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &data, MessageParcel &reply, auto &) {
         serviceThread = std::this_thread::get_id();
         int32_t value = data.ReadInt32();
