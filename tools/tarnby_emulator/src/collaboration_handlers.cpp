@@ -189,7 +189,7 @@ int32_t EmulatorCore::Deliver(int32_t sessionId, SessionMessageType type, const 
     // Called outside the state lock: the client's hook may call the emulator back.
     sptr<IRemoteObject> callback = SessionCallback(sessionId, result);
     if (callback == nullptr) {
-        Record(kind, sessionId, result, what + " not delivered: " + EmulatorResultName(result), payload);
+        Record(kind, sessionId, result, what + " not delivered: " + ResultText(result), payload);
         return result;
     }
     CallbackResult sent = CallSessionMessage(callback, type, sessionId, bytes.data(), bytes.size());

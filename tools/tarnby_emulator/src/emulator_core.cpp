@@ -38,6 +38,12 @@ std::string Describe(uint32_t requestCode, const ServiceCode &code)
 }
 } // namespace
 
+std::string ResultText(int32_t result)
+{
+    const char *name = EmulatorResultName(result);
+    return name != nullptr ? std::string(name) : std::to_string(result);
+}
+
 // Every operation the service offers; the qualifiers operateCode, subOperateCode and command are always 0.
 const EmulatorCore::Operation EmulatorCore::OPERATIONS[] = {
     {COLLABORATION_EVENT, COLLABORATION, 7, "StartCollaboration", &EmulatorCore::HandleStartCollaboration},
@@ -246,6 +252,7 @@ TransferState EmulatorCore::SurfaceState(int32_t connId) const
 void EmulatorCore::Record(const std::string &kind, int32_t id, int32_t result, const std::string &text,
     const std::string &payload)
 {
+    EMU_LOG_AT(LOG_INFO, kind.c_str(), "%{public}s", text.c_str());
     std::lock_guard<std::mutex> lock(eventsMutex_);
     if (events_.size() >= EVENT_LOG_LIMIT) {
         events_.erase(events_.begin());

@@ -17,6 +17,9 @@
 #include "task_thread.h"
 
 namespace OHOS::TarnbyEmulator {
+// "EMU_ERR_WRONG_STATE" for a result of the emulator's, the number for any other value.
+std::string ResultText(int32_t result);
+
 class EmulatorCore : public RequestSink {
 public:
     EmulatorCore() = default;

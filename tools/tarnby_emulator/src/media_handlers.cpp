@@ -97,7 +97,7 @@ EmulatorCore::Reply EmulatorCore::MoveAudio(RequestReader &reader, const char *k
         result = MoveIn(state_.audio, connId, from, to);
     }
     Record(kind, connId, result, ConnectionName("audio", connId) + " to " + TransferStateName(to) + ": " +
-        EmulatorResultName(result));
+        ResultText(result));
     return {result};
 }
 
@@ -121,7 +121,7 @@ EmulatorCore::Reply EmulatorCore::Release(std::map<int32_t, Connection> &connect
         std::lock_guard<std::mutex> lock(mutex_);
         result = ReleaseIn(connections, connId, released);
     }
-    Record(kind, connId, result, ConnectionName(name, connId) + " release: " + EmulatorResultName(result));
+    Record(kind, connId, result, ConnectionName(name, connId) + " release: " + ResultText(result));
     return {result};
 }
 
@@ -177,7 +177,7 @@ EmulatorCore::Reply EmulatorCore::HandleSurfaceStart(RequestReader &reader)
     }
     int32_t result = MoveSurface(connId, STARTABLE, TransferState::STARTED);
     Record("surface.start", connId, result, ConnectionName("surface", connId) + " start (" + first + ", " + second +
-        "): " + EmulatorResultName(result));
+        "): " + ResultText(result));
     if (result == EMU_OK) {
         SendSurfaceEvent(connId, SURFACE_EVENT_STARTED, 0, SurfaceExtra(connId, "\"state\":\"started\""));
     }
@@ -191,7 +191,7 @@ EmulatorCore::Reply EmulatorCore::HandleSurfaceStop(RequestReader &reader)
         return Malformed();
     }
     int32_t result = MoveSurface(connId, STARTED, TransferState::STOPPED);
-    Record("surface.stop", connId, result, ConnectionName("surface", connId) + " stop: " + EmulatorResultName(result));
+    Record("surface.stop", connId, result, ConnectionName("surface", connId) + " stop: " + ResultText(result));
     if (result == EMU_OK) {
         SendSurfaceEvent(connId, SURFACE_EVENT_STOPPED, 0, SurfaceExtra(connId, "\"state\":\"stopped\""));
     }
@@ -208,7 +208,7 @@ EmulatorCore::Reply EmulatorCore::HandleCastOperation(RequestReader &reader)
     // Steering needs a running cast.
     int32_t result = MoveSurface(connId, STARTED, TransferState::STARTED);
     Record("surface.cast", connId, result, ConnectionName("surface", connId) + " cast operation " +
-        std::to_string(type) + ": " + EmulatorResultName(result));
+        std::to_string(type) + ": " + ResultText(result));
     if (result == EMU_OK) {
         SendSurfaceEvent(connId, SURFACE_EVENT_WITH_CODE, static_cast<uint32_t>(type),
             SurfaceExtra(connId, "\"operation\":" + std::to_string(type)));
@@ -232,7 +232,7 @@ EmulatorCore::Reply EmulatorCore::HandleScreenParam(RequestReader &reader)
         shown += (shown.empty() ? "" : ",") + std::to_string(value);
     }
     Record("surface.screen", connId, result, ConnectionName("surface", connId) + " screen parameter " +
-        std::to_string(type) + " = [" + shown + "]: " + EmulatorResultName(result));
+        std::to_string(type) + " = [" + shown + "]: " + ResultText(result));
     return {result};
 }
 
@@ -246,7 +246,7 @@ EmulatorCore::Reply EmulatorCore::HandleVirtualDisplayParam(RequestReader &reade
     }
     int32_t result = KnownSurface(connId);
     Record("surface.display", connId, result, ConnectionName("surface", connId) + " virtual display " +
-        std::to_string(value) + " \"" + text + "\": " + EmulatorResultName(result));
+        std::to_string(value) + " \"" + text + "\": " + ResultText(result));
     return {result};
 }
 
