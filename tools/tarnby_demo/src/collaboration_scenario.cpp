@@ -13,8 +13,7 @@ constexpr int32_t UNKNOWN_SESSION = 999;
 
 std::string Describe(const sptr<Tarnby::TargetInfo> &target)
 {
-    return "{networkId=" + target->GetNetworkId() + ", bundle=" + target->GetBundleName() + ", ability=" +
-        target->GetAbilityName() + "}";
+    return "{" + target->GetNetworkId() + ", " + target->GetBundleName() + "/" + target->GetAbilityName() + "}";
 }
 
 std::string Session(int32_t sessionId)
