@@ -134,11 +134,11 @@ bool EmulatorCore::Start()
             return true;
         }
         stub_ = sptr<ServiceStub>::MakeSptr(this);
-        ++generation_;
     }
     worker_.Start();
     if (!RegisterService()) {
         TakeService()->Detach();
+        ForgetState();
         EMU_LOGE("the system ability manager refused the service");
         return false;
     }
@@ -163,14 +163,19 @@ void EmulatorCore::UnregisterService()
 
 sptr<ServiceStub> EmulatorCore::TakeService()
 {
-    ServiceState dropped; // holds proxies to client objects: released after the lock
     std::lock_guard<std::mutex> lock(mutex_);
     sptr<ServiceStub> stub = stub_;
     stub_ = nullptr;
+    return stub;
+}
+
+void EmulatorCore::ForgetState()
+{
+    ServiceState dropped; // holds proxies to client objects: released after the lock
+    std::lock_guard<std::mutex> lock(mutex_);
     ++generation_;
     dropped = std::move(state_);
     state_ = ServiceState();
-    return stub;
 }
 
 void EmulatorCore::Stop()
@@ -180,6 +185,7 @@ void EmulatorCore::Stop()
     if (stub != nullptr) {
         UnregisterService();
         stub->Detach();
+        ForgetState();
         Record("service.stopped", 0, EMU_OK, "unregistered; state dropped");
     }
     worker_.Stop();
@@ -196,6 +202,7 @@ void EmulatorCore::Kill()
     UnregisterService();
     HostIpc::KillObject(stub);
     stub->Detach();
+    ForgetState();
     EMU_LOGI("the service died");
     Record("service.killed", 0, EMU_OK, "service object killed; state lost");
 }

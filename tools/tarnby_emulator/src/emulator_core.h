@@ -136,15 +136,17 @@ private:
     int32_t NewIdLocked();
     void Record(const std::string &kind, int32_t id, int32_t result, const std::string &text,
         const std::string &payload = std::string());
-    // Takes the current service object out of service and drops the state.
+    // Takes the current service object out of the emulator (it still serves until detached).
     sptr<ServiceStub> TakeService();
+    // Drops all state once no request is being handled any more, and the work still queued for it.
+    void ForgetState();
     bool RegisterService();
     static void UnregisterService();
 
     std::mutex lifecycleMutex_; // serialises Start, Stop, Kill and Restart
     mutable std::mutex mutex_;  // guards the members below it
     sptr<ServiceStub> stub_;
-    uint64_t generation_ = 0; // one more on every start and death, so late work of a dead service is dropped
+    uint64_t generation_ = 0; // one more whenever the state is dropped, so queued work for it is dropped too
     int32_t nextId_ = 1;
     ServiceState state_;
 
