@@ -18,7 +18,7 @@ std::function<void(const HiLogRecord &)> g_sink;
 constexpr const char *PRIVATE_VALUE = "<private>";
 
 struct Conversion {
-    std::string spec; // the printf specification without the privacy tag, e.g. "%-8.3lu"
+    std::string pattern; // the printf conversion without the privacy tag, e.g. "%-8.3lu"
     bool isPublic = false;
     std::string length;
     char conv = '\0';
@@ -38,7 +38,7 @@ bool IsLengthChar(char c)
 size_t ParseConversion(const char *fmt, size_t pos, Conversion &out)
 {
     out = Conversion();
-    out.spec = "%";
+    out.pattern = "%";
     const std::string publicTag = "{public}";
     const std::string privateTag = "{private}";
     if (fmt[pos] == '{') {
@@ -51,35 +51,35 @@ size_t ParseConversion(const char *fmt, size_t pos, Conversion &out)
         }
     }
     while (IsFlag(fmt[pos])) {
-        out.spec += fmt[pos++];
+        out.pattern += fmt[pos++];
     }
     while ((fmt[pos] >= '0' && fmt[pos] <= '9') || fmt[pos] == '*' || fmt[pos] == '.') {
-        out.spec += fmt[pos++];
+        out.pattern += fmt[pos++];
     }
     while (IsLengthChar(fmt[pos])) {
         out.length += fmt[pos];
-        out.spec += fmt[pos++];
+        out.pattern += fmt[pos++];
     }
     out.conv = fmt[pos];
     if (out.conv != '\0') {
-        out.spec += fmt[pos++];
+        out.pattern += fmt[pos++];
     }
     return pos;
 }
 
 template <typename T>
-void Append(std::string &text, const std::string &spec, bool show, T value)
+void Append(std::string &text, const std::string &pattern, bool show, T value)
 {
     if (!show) {
         text += PRIVATE_VALUE;
         return;
     }
-    int needed = std::snprintf(nullptr, 0, spec.c_str(), value);
+    int needed = std::snprintf(nullptr, 0, pattern.c_str(), value);
     if (needed <= 0) {
         return;
     }
     std::string piece(static_cast<size_t>(needed) + 1, '\0');
-    std::snprintf(piece.data(), piece.size(), spec.c_str(), value);
+    std::snprintf(piece.data(), piece.size(), pattern.c_str(), value);
     piece.resize(static_cast<size_t>(needed));
     text += piece;
 }
@@ -87,41 +87,41 @@ void Append(std::string &text, const std::string &spec, bool show, T value)
 // Takes the conversion's argument from `args` by its type, so private values are skipped correctly.
 void AppendArgument(std::string &text, const Conversion &c, va_list &args)
 {
-    std::string spec = c.spec;
-    // A '*' width or precision takes an int argument of its own; resolve it into the spec.
-    for (size_t star = spec.find('*'); star != std::string::npos; star = spec.find('*')) {
-        spec.replace(star, 1, std::to_string(va_arg(args, int)));
+    std::string pattern = c.pattern;
+    // A '*' width or precision takes an int argument of its own; resolve it into the pattern.
+    for (size_t star = pattern.find('*'); star != std::string::npos; star = pattern.find('*')) {
+        pattern.replace(star, 1, std::to_string(va_arg(args, int)));
     }
     const std::string &len = c.length;
     switch (c.conv) {
         case 'd': case 'i': case 'u': case 'x': case 'X': case 'o': case 'c':
             if (len == "l") {
-                Append(text, spec, c.isPublic, va_arg(args, long));
+                Append(text, pattern, c.isPublic, va_arg(args, long));
             } else if (len == "ll" || len == "q" || len == "j") {
-                Append(text, spec, c.isPublic, va_arg(args, long long));
+                Append(text, pattern, c.isPublic, va_arg(args, long long));
             } else if (len == "z" || len == "t") {
-                Append(text, spec, c.isPublic, va_arg(args, size_t));
+                Append(text, pattern, c.isPublic, va_arg(args, size_t));
             } else {
-                Append(text, spec, c.isPublic, va_arg(args, int));
+                Append(text, pattern, c.isPublic, va_arg(args, int));
             }
             break;
         case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': case 'a': case 'A':
             if (len == "L") {
-                Append(text, spec, c.isPublic, va_arg(args, long double));
+                Append(text, pattern, c.isPublic, va_arg(args, long double));
             } else {
-                Append(text, spec, c.isPublic, va_arg(args, double));
+                Append(text, pattern, c.isPublic, va_arg(args, double));
             }
             break;
         case 's': {
             const char *value = va_arg(args, const char *);
-            Append(text, spec, c.isPublic, value == nullptr ? "(null)" : value);
+            Append(text, pattern, c.isPublic, value == nullptr ? "(null)" : value);
             break;
         }
         case 'p':
-            Append(text, spec, c.isPublic, va_arg(args, void *));
+            Append(text, pattern, c.isPublic, va_arg(args, void *));
             break;
         default:
-            text += spec; // unknown conversion: shown as written, no argument taken
+            text += pattern; // unknown conversion: shown as written, no argument taken
             break;
     }
 }

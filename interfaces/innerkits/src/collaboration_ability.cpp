@@ -60,21 +60,37 @@ sptr<CollabAbilityInnerCallback> WriteInnerCallback(MessageParcel &data)
 }
 
 // The end of every start request: the inner callback, the optional extra data, then the synchronous wait.
-std::pair<int32_t, int32_t> FinishStartRequest(TarnbyRequest &request, const std::string &extraData)
+std::pair<int32_t, int32_t> FinishStartRequest(TarnbyRequest &request, const std::string &extraData,
+    const char *caller = __builtin_FUNCTION())
 {
     sptr<CollabAbilityInnerCallback> callback = WriteInnerCallback(request.Data());
     if (callback == nullptr) {
-        HILOGE_AS(LOG_LABEL, "callback write failed");
+        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "callback write failed");
         return START_WRITE_FAILED;
     }
     // Extra data that is empty or too long is left out on purpose; the request goes out without it.
     if (!extraData.empty() && extraData.size() <= EXTRA_DATA_MAX_LEN) {
         if (!request.ReserveCapacity(StringWireSize(extraData.size())) || !request.Data().WriteString(extraData)) {
-            HILOGE_AS(LOG_LABEL, "data write failed");
+            TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "data write failed");
             return START_WRITE_FAILED;
         }
     }
     return SendReqSync(callback, request.Data(), request.Reply(), request.Option());
+}
+
+// Sends a request that the service answers in its reply, and returns that answer; a non-zero answer is logged with
+// `failure` (when given) in the caller's name.
+int32_t SendForResult(TarnbyRequest &request, const char *failure, const char *caller = __builtin_FUNCTION())
+{
+    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent, caller);
+    if (sent != TRBY_OK) {
+        return sent;
+    }
+    int32_t result = request.ReadResult();
+    if (result != TRBY_OK && failure != nullptr) {
+        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "%{public}s", failure);
+    }
+    return result;
 }
 } // namespace
 
@@ -237,15 +253,7 @@ int32_t CollaborationAbility::RegisterCollaborationCallback(sptr<TargetInfo> tar
         HILOGE("callback write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
-    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent);
-    if (sent != TRBY_OK) {
-        return sent;
-    }
-    int32_t result = request.ReadResult();
-    if (result != TRBY_OK) {
-        HILOGE("RegisterCollaborationCallback failed");
-    }
-    return result;
+    return SendForResult(request, "RegisterCollaborationCallback failed");
 }
 
 int32_t CollaborationAbility::UnRegisterCollaborationCallback(sptr<TargetInfo> target)
@@ -258,15 +266,7 @@ int32_t CollaborationAbility::UnRegisterCollaborationCallback(sptr<TargetInfo> t
         HILOGE("localInfo write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
-    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent);
-    if (sent != TRBY_OK) {
-        return sent;
-    }
-    int32_t result = request.ReadResult();
-    if (result != TRBY_OK) {
-        HILOGE("UnRegisterCollaborationCallback failed");
-    }
-    return result;
+    return SendForResult(request, "UnRegisterCollaborationCallback failed");
 }
 
 int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSessionId, const char *data,
@@ -293,15 +293,7 @@ int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSession
         HILOGE("wirte raw data failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
-    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent);
-    if (sent != TRBY_OK) {
-        return sent;
-    }
-    int32_t result = request.ReadResult();
-    if (result != TRBY_OK) {
-        HILOGE("send collaboration data failed");
-    }
-    return result;
+    return SendForResult(request, "send collaboration data failed");
 }
 
 int32_t CollaborationAbility::StopCollaboration(int32_t collaborationSessionId)
@@ -314,8 +306,7 @@ int32_t CollaborationAbility::StopCollaboration(int32_t collaborationSessionId)
         HILOGE("localId write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
-    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent);
-    return sent != TRBY_OK ? sent : request.ReadResult();
+    return SendForResult(request, nullptr);
 }
 
 int32_t CollaborationAbility::GetCollaborationStartInfos(int32_t collaborationSessionId,

@@ -2,6 +2,7 @@
 // each of the front's own failures with its code and line.
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <utility>
 
@@ -46,6 +47,12 @@ struct SessionCase {
     int32_t (*call)(int32_t connId);
     std::vector<WireValue> fields;
 };
+
+// Test names and failure messages show the operation, not the bytes of the case.
+void PrintTo(const SessionCase &testCase, std::ostream *out)
+{
+    *out << testCase.name;
+}
 
 class AudioSessionRequestTest : public AudioTransferTest, public testing::WithParamInterface<SessionCase> {};
 

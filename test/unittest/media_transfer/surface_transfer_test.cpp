@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "host_samgr.h"
@@ -62,6 +63,12 @@ struct SurfaceCase {
     std::function<int32_t()> call;
     std::vector<WireValue> fields;
 };
+
+// Test names and failure messages show the operation, not the bytes of the case.
+void PrintTo(const SurfaceCase &testCase, std::ostream *out)
+{
+    *out << testCase.name;
+}
 
 std::string g_displayText = "display-text";
 

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,12 @@ struct SendCase {
     SendOperation operation;
     uint32_t requestCode;
 };
+
+// Test names and failure messages show the operation, not the bytes of the case.
+void PrintTo(const SendCase &testCase, std::ostream *out)
+{
+    *out << testCase.name;
+}
 
 const SendCase SEND_CASES[] = {
     {"CollaborationToDeviceEvent", &ITarnbyService::CollaborationToDeviceEvent, 101},
