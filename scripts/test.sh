@@ -17,7 +17,7 @@ bash "$root/scripts/setup.sh" "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
 run_suite "$root/build"
 
 echo "== sanitizer build (ASan + UBSan) =="
-bash "$root/scripts/setup.sh" "$root/build-asan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNBY_SANITIZE=ON \
+bash "$root/scripts/setup.sh" "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DTARNBY_SANITIZE=ON \
     -DTARNBY_BUILD_BENCHMARKS=OFF
 ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1" \
 UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1" \

@@ -6,12 +6,9 @@
 #include "iservice_registry.h"
 
 namespace OHOS::TarnbyTest {
-FakeTarnbyService::FakeTarnbyService() : IPCObjectStub(SERVICE_TOKEN)
-{
-}
+FakeTarnbyService::FakeTarnbyService() : IPCObjectStub(SERVICE_TOKEN) {}
 
-int FakeTarnbyService::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+int FakeTarnbyService::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
 {
     RequestEnvelope envelope;
     envelope.code = code;
@@ -98,7 +95,7 @@ RequestHandler FakeTarnbyService::ReplyInt32(int32_t value)
 }
 
 int SendCallback(const sptr<IRemoteObject> &callback, uint32_t code, const std::function<void(MessageParcel &)> &fill,
-    MessageParcel *reply)
+                 MessageParcel *reply)
 {
     MessageParcel data;
     MessageParcel localReply;

@@ -79,7 +79,7 @@ private:
 // Calls a callback object the way the service does: writes the callback token, lets `fill` write the rest, and sends
 // it synchronously with `code`. Returns SendRequest's result; the reply lands in `reply` when given.
 int SendCallback(const sptr<IRemoteObject> &callback, uint32_t code, const std::function<void(MessageParcel &)> &fill,
-    MessageParcel *reply = nullptr);
+                 MessageParcel *reply = nullptr);
 } // namespace OHOS::TarnbyTest
 
 #endif // TARNBY_TEST_FAKE_TARNBY_SERVICE_H

@@ -23,9 +23,10 @@ const std::vector<Layout> &Layouts()
         {AUDIO_SERVICE_TYPE, 28, {F::INT32, F::INT32}, {0}},
         {AUDIO_SERVICE_TYPE, 15, {F::INT32}, {0}},
         {AUDIO_SERVICE_TYPE, 16, {F::INT32}, {0}},
-        {SURFACE_SERVICE_TYPE, 17,
-            {F::INT32, F::STRING, F::STRING, F::STRING, F::STRING, F::INT32, F::UINT32, F::BUFFER, F::REMOTE_OBJECT},
-            {0}},
+        {SURFACE_SERVICE_TYPE,
+         17,
+         {F::INT32, F::STRING, F::STRING, F::STRING, F::STRING, F::INT32, F::UINT32, F::BUFFER, F::REMOTE_OBJECT},
+         {0}},
         {SURFACE_SERVICE_TYPE, 18, {F::INT32}, {0}},
         {SURFACE_SERVICE_TYPE, 19, {F::STRING, F::STRING, F::INT32}, {0}},
         {SURFACE_SERVICE_TYPE, 20, {F::INT32}, {0}},
@@ -54,7 +55,7 @@ WireValue ReadField(Field field, MessageParcel &data, DecodedRequest &request)
         case Field::REMOTE_OBJECT: {
             sptr<IRemoteObject> object = data.ReadRemoteObject();
             request.objects.push_back(object);
-            return RemoteObjectField {object != nullptr};
+            return RemoteObjectField{object != nullptr};
         }
     }
     return {};
@@ -67,9 +68,9 @@ std::shared_ptr<MediaRequestLog> MediaRequestLog::Teach(FakeTarnbyService &servi
     for (const Layout &layout : Layouts()) {
         log->replies_[{layout.serviceType, layout.subServiceType}] = layout.defaultReply;
         service.On(layout.serviceType, layout.subServiceType,
-            [log](const RequestEnvelope &envelope, MessageParcel &data, MessageParcel &reply) {
-                return log->Handle(envelope, data, reply);
-            });
+                   [log](const RequestEnvelope &envelope, MessageParcel &data, MessageParcel &reply) {
+                       return log->Handle(envelope, data, reply);
+                   });
     }
     return log;
 }
@@ -109,6 +110,6 @@ std::vector<DecodedRequest> MediaRequestLog::Requests() const
 DecodedRequest MediaRequestLog::Only() const
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return requests_.size() == 1 ? requests_.front() : DecodedRequest {};
+    return requests_.size() == 1 ? requests_.front() : DecodedRequest{};
 }
 } // namespace OHOS::TarnbyTest

@@ -25,13 +25,9 @@ constexpr size_t PaddedSize(size_t size)
 }
 } // namespace
 
-Parcelable::Parcelable() : Parcelable(false)
-{
-}
+Parcelable::Parcelable() : Parcelable(false) {}
 
-Parcelable::Parcelable(bool asRemote) : asRemote_(asRemote), behavior_(0)
-{
-}
+Parcelable::Parcelable(bool asRemote) : asRemote_(asRemote), behavior_(0) {}
 
 void *DefaultAllocator::Alloc(size_t size)
 {
@@ -48,9 +44,7 @@ void *DefaultAllocator::Realloc(void *data, size_t newSize)
     return realloc(data, newSize);
 }
 
-Parcel::Parcel() : Parcel(nullptr)
-{
-}
+Parcel::Parcel() : Parcel(nullptr) {}
 
 Parcel::Parcel(Allocator *allocator) :
     maxDataCapacity_(DEFAULT_CPACITY),

@@ -2,9 +2,7 @@
 
 namespace OHOS {
 
-RefCounter::RefCounter(RefBase *owner) : owner_(owner)
-{
-}
+RefCounter::RefCounter(RefBase *owner) : owner_(owner) {}
 
 void RefCounter::IncRefCount()
 {
@@ -96,8 +94,7 @@ bool RefCounter::AttemptPin(const void *objectId, bool &tookStrong)
         if (current == 0) {
             return false;
         }
-        if (strong_.compare_exchange_weak(current, current + 1, std::memory_order_acq_rel,
-                                          std::memory_order_relaxed)) {
+        if (strong_.compare_exchange_weak(current, current + 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
             IncWeakRefCount(objectId);
             tookStrong = true;
             return true;
@@ -131,18 +128,14 @@ RefBase::RefBase() : refs_(new RefCounter(this))
     refs_->IncRefCount();
 }
 
-RefBase::RefBase(const RefBase &) : RefBase()
-{
-}
+RefBase::RefBase(const RefBase &) : RefBase() {}
 
 RefBase &RefBase::operator=(const RefBase &)
 {
     return *this;
 }
 
-RefBase::RefBase(RefBase &&) noexcept : RefBase()
-{
-}
+RefBase::RefBase(RefBase &&) noexcept : RefBase() {}
 
 RefBase &RefBase::operator=(RefBase &&) noexcept
 {
@@ -222,17 +215,11 @@ bool RefBase::IsExtendLifeTimeSet()
     return refs_->IsLifeTimeExtended();
 }
 
-void RefBase::OnFirstStrongRef(const void *)
-{
-}
+void RefBase::OnFirstStrongRef(const void *) {}
 
-void RefBase::OnLastStrongRef(const void *)
-{
-}
+void RefBase::OnLastStrongRef(const void *) {}
 
-void RefBase::OnLastWeakRef(const void *)
-{
-}
+void RefBase::OnLastWeakRef(const void *) {}
 
 bool RefBase::OnAttemptPromoted(const void *)
 {

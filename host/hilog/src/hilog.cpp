@@ -94,7 +94,13 @@ void AppendArgument(std::string &text, const Conversion &c, va_list &args)
     }
     const std::string &len = c.length;
     switch (c.conv) {
-        case 'd': case 'i': case 'u': case 'x': case 'X': case 'o': case 'c':
+        case 'd':
+        case 'i':
+        case 'u':
+        case 'x':
+        case 'X':
+        case 'o':
+        case 'c':
             if (len == "l") {
                 Append(text, pattern, c.isPublic, va_arg(args, long));
             } else if (len == "ll" || len == "q" || len == "j") {
@@ -105,7 +111,14 @@ void AppendArgument(std::string &text, const Conversion &c, va_list &args)
                 Append(text, pattern, c.isPublic, va_arg(args, int));
             }
             break;
-        case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': case 'a': case 'A':
+        case 'f':
+        case 'F':
+        case 'e':
+        case 'E':
+        case 'g':
+        case 'G':
+        case 'a':
+        case 'A':
             if (len == "L") {
                 Append(text, pattern, c.isPublic, va_arg(args, long double));
             } else {
@@ -153,26 +166,32 @@ std::string Format(const char *fmt, va_list args)
 char LevelLetter(LogLevel level)
 {
     switch (level) {
-        case LOG_DEBUG: return 'D';
-        case LOG_INFO: return 'I';
-        case LOG_WARN: return 'W';
-        case LOG_ERROR: return 'E';
-        case LOG_FATAL: return 'F';
-        default: return '?';
+        case LOG_DEBUG:
+            return 'D';
+        case LOG_INFO:
+            return 'I';
+        case LOG_WARN:
+            return 'W';
+        case LOG_ERROR:
+            return 'E';
+        case LOG_FATAL:
+            return 'F';
+        default:
+            return '?';
     }
 }
 
 void WriteToStderr(const HiLogRecord &record)
 {
-    timespec now {};
+    timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm local {};
+    tm local{};
     localtime_r(&now.tv_sec, &local);
     char stamp[32] = {0};
     std::strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
     std::fprintf(stderr, "%s.%03ld %5d %5ld %c %05X/%s: %s\n", stamp, now.tv_nsec / 1000000, static_cast<int>(getpid()),
-        static_cast<long>(syscall(SYS_gettid)), LevelLetter(record.level), record.domain & 0xFFFFF,
-        record.tag.c_str(), record.text.c_str());
+                 static_cast<long>(syscall(SYS_gettid)), LevelLetter(record.level), record.domain & 0xFFFFF,
+                 record.tag.c_str(), record.text.c_str());
 }
 } // namespace
 
@@ -183,7 +202,7 @@ extern "C" int HiLogPrint(LogType type, LogLevel level, unsigned int domain, con
     }
     va_list args;
     va_start(args, fmt);
-    HiLogRecord record {type, level, domain, tag == nullptr ? "" : tag, Format(fmt, args)};
+    HiLogRecord record{type, level, domain, tag == nullptr ? "" : tag, Format(fmt, args)};
     va_end(args);
     std::function<void(const HiLogRecord &)> sink;
     {

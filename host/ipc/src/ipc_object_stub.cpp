@@ -40,23 +40,23 @@ int IPCObjectStub::HandleFrameworkCode(uint32_t code, MessageParcel &data, Messa
 {
     handled = true;
     switch (code) {
-    case PING_TRANSACTION:
-        return ERR_NONE;
-    case INTERFACE_TRANSACTION:
-        return reply.WriteString16(descriptor_) ? ERR_NONE : IPC_STUB_WRITE_PARCEL_ERR;
-    case DUMP_TRANSACTION: {
-        int fd = data.ReadFileDescriptor();
-        std::vector<std::u16string> args;
-        data.ReadString16Vector(&args);
-        int result = Dump(fd, args);
-        if (fd >= 0) {
-            close(fd);
+        case PING_TRANSACTION:
+            return ERR_NONE;
+        case INTERFACE_TRANSACTION:
+            return reply.WriteString16(descriptor_) ? ERR_NONE : IPC_STUB_WRITE_PARCEL_ERR;
+        case DUMP_TRANSACTION: {
+            int fd = data.ReadFileDescriptor();
+            std::vector<std::u16string> args;
+            data.ReadString16Vector(&args);
+            int result = Dump(fd, args);
+            if (fd >= 0) {
+                close(fd);
+            }
+            return result;
         }
-        return result;
-    }
-    default:
-        handled = false;
-        return ERR_NONE;
+        default:
+            handled = false;
+            return ERR_NONE;
     }
 }
 

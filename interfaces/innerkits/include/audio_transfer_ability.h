@@ -23,15 +23,15 @@ public:
     // own failures both carry a code: (1001, 1001) for an empty argument, (1012, 1012) without a service,
     // (1007, 1007) when a field cannot be written, (0x1B8003F5, 1007) when the send fails.
     std::pair<int32_t, int32_t> InitAudioTransfer(const std::string &peerNetworkId, const std::string &devName,
-        BusinessType businessType);
+                                                  BusinessType businessType);
     // Tear down, start and stop the transfer `connId`. Return the service's answer, or 1001, 1007, 1012 or
     // 0x1B8003F5 for the library's own failures.
     int32_t DeInitAudioTransfer(int32_t connId, BusinessType businessType);
     int32_t StartAudioTransfer(int32_t connId);
     int32_t StopAudioTransfer(int32_t connId);
     // Not supported: sends nothing and always returns 0x1B8107E7.
-    int32_t StartAudioTransfer(const std::string &peerNetworkId, const std::string &devName,
-        BusinessType businessType, int32_t connId);
+    int32_t StartAudioTransfer(const std::string &peerNetworkId, const std::string &devName, BusinessType businessType,
+                               int32_t connId);
 
 private:
     AudioTransferAbility() = default;

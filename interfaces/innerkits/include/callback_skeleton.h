@@ -21,9 +21,8 @@ public:
     DECLARE_INTERFACE_DESCRIPTOR(u"ohos.ITarnby.ITarnbyCallback");
 
     virtual int32_t GetCollaborationServiceCallback(MessageParcel &data, MessageParcel &reply,
-        MessageOption &option) = 0;
-    virtual int32_t CollaborationToDeviceCallback(MessageParcel &data, MessageParcel &reply,
-        MessageOption &option) = 0;
+                                                    MessageOption &option) = 0;
+    virtual int32_t CollaborationToDeviceCallback(MessageParcel &data, MessageParcel &reply, MessageOption &option) = 0;
     virtual int32_t DevicePickerCallback(MessageParcel &data, MessageParcel &reply, MessageOption &option) = 0;
     virtual int32_t CommonDataChannelCallback(MessageParcel &data, MessageParcel &reply, MessageOption &option) = 0;
     virtual int32_t SurfaceTransferCallback(MessageParcel &data, MessageParcel &reply, MessageOption &option) = 0;
@@ -68,12 +67,12 @@ public:
     virtual int32_t DisconnectDevice(std::string deviceKey, uint32_t serviceType);
     virtual int32_t StateNotify(int32_t state, std::vector<uint32_t> states, std::vector<sptr<ServiceStateInfo>> infos);
     virtual int32_t OnServiceStateChanged(std::string firstString, std::string secondString, std::string extraInfo,
-        int32_t firstInt, int32_t secondInt);
+                                          int32_t firstInt, int32_t secondInt);
     virtual int32_t OnServiceStateChanged(ServiceStateChangeContext context);
     virtual int32_t OnDisconnected(std::string first, int32_t value);
     virtual int32_t OnDisconnected(std::string second, std::string third);
     virtual int32_t ApplyResult(std::string first, std::string second, std::string third, int32_t value,
-        int32_t resultCode);
+                                int32_t resultCode);
     // Start, Pause, Resume, Degrade and Upgrade are extension points that no dispatcher of the library calls.
     virtual int32_t Start(std::string first, int32_t value);
     virtual int32_t Stop(std::string first, std::string second, std::string third, int32_t value);
@@ -96,7 +95,7 @@ public:
     int32_t ProcessDisconnectCallback(MessageParcel &data, MessageParcel &reply, MessageOption &option);
     int32_t ProcessNotifyStateCallback(MessageParcel &data, MessageParcel &reply, MessageOption &option);
     int32_t ParseNotifyStateCallback(MessageParcel &data, std::vector<uint32_t> &states,
-        std::vector<sptr<ServiceStateInfo>> &infos);
+                                     std::vector<sptr<ServiceStateInfo>> &infos);
     int32_t ProcessOnServiceStateChanged(MessageParcel &data, MessageParcel &reply, MessageOption &option);
     int32_t ProcessOnDisconnected(MessageParcel &data, MessageParcel &reply, MessageOption &option);
     int32_t ProcessOnApplyCompleted(MessageParcel &data, MessageParcel &reply, MessageOption &option);

@@ -39,7 +39,7 @@ public:
 
 private:
     friend std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callback, MessageParcel &data,
-        MessageParcel &reply, MessageOption &option);
+                                                   MessageParcel &reply, MessageOption &option);
 
     Pending<std::pair<int32_t, int32_t>> pending_;
 };
@@ -48,7 +48,7 @@ private:
 // or 20 seconds pass. Returns the answer (result, session id), or (1012, 0) without a service, (461374453, 0) when the
 // send fails, (461635601, 0) on time-out. The reply parcel is left for the caller.
 TARNBY_EXPORT std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callback, MessageParcel &data,
-    MessageParcel &reply, MessageOption &option);
+                                                      MessageParcel &reply, MessageOption &option);
 
 // Starts, feeds and stops collaboration sessions with targets on other devices. Holds no state: the service keeps
 // the sessions and registrations. Any thread may call it; each start blocks its caller until the service answers
@@ -61,12 +61,12 @@ public:
     std::pair<int32_t, int32_t> StartCollaboration(int32_t localId, sptr<TargetInfo> target);
     // Extra data of 1 to 4,190,207 bytes travels with the request; an empty or longer one is left out.
     std::pair<int32_t, int32_t> StartCollaboration(int32_t localId, sptr<TargetInfo> target,
-        const std::string &extraData);
+                                                   const std::string &extraData);
     std::pair<int32_t, int32_t> StartCollaboration(const std::string &bundleName, const std::string &abilityName,
-        sptr<TargetInfo> target, const std::string &extraData);
+                                                   sptr<TargetInfo> target, const std::string &extraData);
     // `data` (not owned, read during the call) may be null: then only `dataLen` is sent.
     std::pair<int32_t, int32_t> StartCollaboration(sptr<TargetInfo> srcTarget, sptr<TargetInfo> dstTarget,
-        const char *data, uint32_t dataLen);
+                                                   const char *data, uint32_t dataLen);
 
     int32_t RegisterCollaborationCallback(sptr<TargetInfo> target, sptr<CollabAbilityCallback> callback);
     int32_t UnRegisterCollaborationCallback(sptr<TargetInfo> target);

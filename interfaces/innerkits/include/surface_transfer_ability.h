@@ -62,7 +62,7 @@ public:
     // death notification carries. Codes of its own: 1018 null callback, 1001 null device, 12 no death recipient,
     // 1012 no service, 1007 a field not written, 0x1B8003F5 send failed.
     int32_t InitSurfaceTransfer(int32_t connId, std::shared_ptr<RemoteDevice> remoteDevice,
-        sptr<CallbackSkeleton> callback);
+                                sptr<CallbackSkeleton> callback);
     // The other requests answer the service's int32, or 1001 (header), 1007 (a field), 1012 (no service, checked
     // after the whole request is built) or 0x1B8003F5 (send failed).
     int32_t DeInitSurfaceTransfer(int32_t connId);

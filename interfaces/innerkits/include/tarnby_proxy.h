@@ -62,7 +62,7 @@ public:
     // Writes the request envelope: the service interface token, then the five service-code fields in order.
     // Returns 0, 1006 (token not written) or 1007 (a field not written; the fields before it stay in `data`).
     static int32_t BuildCollaborationServiceCode(MessageParcel &data, uint32_t serviceType, uint32_t subServiceType,
-        uint32_t operateCode, uint32_t subOperateCode, uint32_t command);
+                                                 uint32_t operateCode, uint32_t subOperateCode, uint32_t command);
 
     // Send `data` with request code 101, 501 or 601 and the caller's option. Return 0, 1008 when the platform's send
     // fails (its own error is only logged) or 1009 when the proxy holds no remote object. Several threads may send at
@@ -73,7 +73,7 @@ public:
 
 private:
     int32_t SendEvent(const char *caller, uint32_t code, MessageParcel &data, MessageParcel &reply,
-        MessageOption &option);
+                      MessageOption &option);
 
     static BrokerDelegator<TarnbyProxy> delegator_;
     static std::shared_mutex mutex_;

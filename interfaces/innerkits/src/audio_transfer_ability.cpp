@@ -23,7 +23,7 @@ enum AudioSubType : uint32_t {
 // A request on an existing transfer: the connection id, for DeInit followed by the business type. The proxy is
 // taken before the fields are written.
 int32_t SendSessionRequest(uint32_t subServiceType, int32_t connId, std::optional<BusinessType> businessType,
-    const char *caller)
+                           const char *caller)
 {
     TRBY_LOG_FN(LOG_LABEL, LOG_INFO, caller, "enter collaborationSessionId: %{public}d", connId);
     TarnbyRequest request(SERVICE_TYPE_AUDIO_TRANSFER, subServiceType, LOG_LABEL);
@@ -66,10 +66,11 @@ AudioTransferAbility &AudioTransferAbility::GetInstance()
 }
 
 std::pair<int32_t, int32_t> AudioTransferAbility::InitAudioTransfer(const std::string &peerNetworkId,
-    const std::string &devName, BusinessType businessType)
+                                                                    const std::string &devName,
+                                                                    BusinessType businessType)
 {
     HILOGI("enter, peerNetworkId=%{public}s devName=%{public}s", PickerResult::StringToAnonymous(peerNetworkId).c_str(),
-        PickerResult::StringToAnonymous(devName).c_str());
+           PickerResult::StringToAnonymous(devName).c_str());
     if (peerNetworkId.empty() || devName.empty()) {
         return Failure(ERR_TRBY_INVALID_PARAM);
     }
@@ -120,11 +121,11 @@ int32_t AudioTransferAbility::StopAudioTransfer(int32_t connId)
 }
 
 int32_t AudioTransferAbility::StartAudioTransfer(const std::string &peerNetworkId, const std::string &devName,
-    BusinessType businessType, int32_t connId)
+                                                 BusinessType businessType, int32_t connId)
 {
     HILOGI("enter, peerNetworkId=%{public}s devName=%{public}s businessType=%{public}d connId=%{public}d",
-        PickerResult::StringToAnonymous(peerNetworkId).c_str(), PickerResult::StringToAnonymous(devName).c_str(),
-        businessType, connId);
+           PickerResult::StringToAnonymous(peerNetworkId).c_str(), PickerResult::StringToAnonymous(devName).c_str(),
+           businessType, connId);
     return ERR_TRBY_NOT_SUPPORTED;
 }
 } // namespace OHOS::Tarnby

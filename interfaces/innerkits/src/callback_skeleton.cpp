@@ -62,11 +62,8 @@ struct ApplyResultMapping {
     int32_t resultCode;
 };
 constexpr ApplyResultMapping APPLY_RESULTS[] = {
-    {320001, APPLY_RESULT_FIRST},
-    {320003, APPLY_RESULT_SECOND},
-    {320016, APPLY_RESULT_THIRD},
-    {320017, APPLY_RESULT_FOURTH},
-    {320018, APPLY_RESULT_FIFTH},
+    {320001, APPLY_RESULT_FIRST},  {320003, APPLY_RESULT_SECOND}, {320016, APPLY_RESULT_THIRD},
+    {320017, APPLY_RESULT_FOURTH}, {320018, APPLY_RESULT_FIFTH},
 };
 
 struct ServiceCode {
@@ -79,16 +76,16 @@ struct ServiceCode {
 
 ServiceCode ReadServiceCode(MessageParcel &data, const char *caller)
 {
-    ServiceCode code {};
+    ServiceCode code{};
     code.serviceType = data.ReadUint32();
     code.subServiceType = data.ReadUint32();
     code.operateCode = data.ReadUint32();
     code.subOperateCode = data.ReadUint32();
     code.command = data.ReadUint32();
     TRBY_LOG_FN(LOG_LABEL, LOG_INFO, caller,
-        "serviceType = %{public}d, subServiceType = %{public}u, operateCode = %{public}u, "
-        "subOperateCode = %{public}d, command = %{public}u",
-        code.serviceType, code.subServiceType, code.operateCode, code.subOperateCode, code.command);
+                "serviceType = %{public}d, subServiceType = %{public}u, operateCode = %{public}u, "
+                "subOperateCode = %{public}d, command = %{public}u",
+                code.serviceType, code.subServiceType, code.operateCode, code.subOperateCode, code.command);
     return code;
 }
 
@@ -147,12 +144,12 @@ bool CallbackSkeleton::ReadCallbackToken(MessageParcel &data, const char *caller
         return true;
     }
     TRBY_LOG_FN(LABEL_CALLBACK, LOG_ERROR, caller, "receive wrong interface token = %{public}s, expect %{public}s",
-        Str16ToStr8(token).c_str(), Str16ToStr8(GetDescriptor()).c_str());
+                Str16ToStr8(token).c_str(), Str16ToStr8(GetDescriptor()).c_str());
     return false;
 }
 
 int32_t CallbackSkeleton::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+                                          MessageOption &option)
 {
     if (!ReadCallbackToken(data)) {
         return ERR_TRBY_WRONG_TOKEN;
@@ -179,7 +176,7 @@ int32_t CallbackSkeleton::OnRemoteRequest(uint32_t code, MessageParcel &data, Me
 }
 
 int32_t CallbackSkeleton::GetCollaborationServiceCallback(MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+                                                          MessageOption &option)
 {
     return ReadPlaceholderCode(data, __FUNCTION__);
 }
@@ -205,7 +202,7 @@ uint32_t CallbackSkeleton::ReadCollaborationServiceCode(MessageParcel &data)
 }
 
 int32_t CallbackSkeleton::CollaborationToDeviceCallback(MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+                                                        MessageOption &option)
 {
     // The second label says "pid" although it shows the uid; the line is kept as it has always been written.
     HILOGI("pid = %{public}d , pid = %{public}d", IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid());
@@ -266,7 +263,7 @@ int32_t CallbackSkeleton::DataPretreatment(MessageParcel &data)
     std::unique_ptr<char[]> buffer(new (std::nothrow) char[dataLen]());
     if (buffer == nullptr || rawData == nullptr) {
         HILOGE("length = %{public}u, treadData %{public}d, rawByte %{public}d", dataLen, buffer == nullptr,
-            rawData == nullptr);
+               rawData == nullptr);
         return ERR_TRBY_RAW_DATA;
     }
     if (memcpy_s(buffer.get(), dataLen, rawData, dataLen) != EOK) {
@@ -325,7 +322,7 @@ int32_t CallbackSkeleton::ProcessNotifyStateCallback(MessageParcel &data, Messag
 }
 
 int32_t CallbackSkeleton::ParseNotifyStateCallback(MessageParcel &data, std::vector<uint32_t> &states,
-    std::vector<sptr<ServiceStateInfo>> &infos)
+                                                   std::vector<sptr<ServiceStateInfo>> &infos)
 {
     if (!data.ReadUInt32Vector(&states)) {
         HILOGI("ReadUInt32Vector failed");
@@ -349,8 +346,7 @@ int32_t CallbackSkeleton::ParseNotifyStateCallback(MessageParcel &data, std::vec
     return TRBY_OK;
 }
 
-int32_t CallbackSkeleton::ProcessOnServiceStateChanged(MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+int32_t CallbackSkeleton::ProcessOnServiceStateChanged(MessageParcel &data, MessageParcel &reply, MessageOption &option)
 {
     std::string firstString = data.ReadString();
     std::string secondString = data.ReadString();
@@ -379,7 +375,7 @@ int32_t CallbackSkeleton::ProcessOnServiceStateChanged(MessageParcel &data, Mess
         extraInfo = VeskorJsonUtils::AddFdToExtraInfo(extraInfo, fd);
     }
     OnServiceStateChanged(firstString, secondString, extraInfo, firstInt, secondInt);
-    OnServiceStateChanged(ServiceStateChangeContext {secondInt, firstString, secondString, extraInfo, firstInt});
+    OnServiceStateChanged(ServiceStateChangeContext{secondInt, firstString, secondString, extraInfo, firstInt});
     return TRBY_OK;
 }
 
@@ -439,8 +435,7 @@ int32_t CallbackSkeleton::SurfaceTransferCallback(MessageParcel &data, MessagePa
     return result;
 }
 
-int32_t CallbackSkeleton::OnDataCallback(uint32_t code, uint32_t second, uint32_t dataLen,
-    std::unique_ptr<char[]> data)
+int32_t CallbackSkeleton::OnDataCallback(uint32_t code, uint32_t second, uint32_t dataLen, std::unique_ptr<char[]> data)
 {
     HILOGI("code = %{public}u", code);
     return TRBY_OK;
@@ -459,13 +454,13 @@ int32_t CallbackSkeleton::DisconnectDevice(std::string deviceKey, uint32_t servi
 }
 
 int32_t CallbackSkeleton::StateNotify(int32_t state, std::vector<uint32_t> states,
-    std::vector<sptr<ServiceStateInfo>> infos)
+                                      std::vector<sptr<ServiceStateInfo>> infos)
 {
     return TRBY_OK;
 }
 
 int32_t CallbackSkeleton::OnServiceStateChanged(std::string firstString, std::string secondString,
-    std::string extraInfo, int32_t firstInt, int32_t secondInt)
+                                                std::string extraInfo, int32_t firstInt, int32_t secondInt)
 {
     return TRBY_OK;
 }
@@ -486,7 +481,7 @@ int32_t CallbackSkeleton::OnDisconnected(std::string second, std::string third)
 }
 
 int32_t CallbackSkeleton::ApplyResult(std::string first, std::string second, std::string third, int32_t value,
-    int32_t resultCode)
+                                      int32_t resultCode)
 {
     return TRBY_OK;
 }
@@ -521,13 +516,9 @@ int32_t CallbackSkeleton::Upgrade(std::string first, int32_t value)
     return TRBY_OK;
 }
 
-void CallbackSkeleton::OnDataReceiverReady(int32_t channel)
-{
-}
+void CallbackSkeleton::OnDataReceiverReady(int32_t channel) {}
 
-void CallbackSkeleton::OnDataReceived(int32_t channel, const char *data, uint32_t len)
-{
-}
+void CallbackSkeleton::OnDataReceived(int32_t channel, const char *data, uint32_t len) {}
 
 bool JsonUtils::StringToJsonInternal(const std::string &str, Json::Value *root)
 {

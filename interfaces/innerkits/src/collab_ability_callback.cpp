@@ -15,7 +15,7 @@ enum SessionMessageType : int32_t {
 } // namespace
 
 int32_t CollabAbilityCallback::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+                                               MessageOption &option)
 {
     HILOGE("enter");
     if (!ReadCallbackToken(data)) {

@@ -61,7 +61,7 @@ sptr<CollabAbilityInnerCallback> WriteInnerCallback(MessageParcel &data)
 
 // The end of every start request: the inner callback, the optional extra data, then the synchronous wait.
 std::pair<int32_t, int32_t> FinishStartRequest(TarnbyRequest &request, const std::string &extraData,
-    const char *caller = __builtin_FUNCTION())
+                                               const char *caller = __builtin_FUNCTION())
 {
     sptr<CollabAbilityInnerCallback> callback = WriteInnerCallback(request.Data());
     if (callback == nullptr) {
@@ -95,7 +95,7 @@ int32_t SendForResult(TarnbyRequest &request, const char *failure, const char *c
 } // namespace
 
 int32_t CollabAbilityInnerCallback::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+                                                    MessageOption &option)
 {
     if (!ReadCallbackToken(data)) {
         return ERR_TRBY_WRONG_TOKEN;
@@ -117,14 +117,13 @@ void CollabAbilityInnerCallback::OnStartCollaboration(int32_t result, int32_t id
 }
 
 std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callback, MessageParcel &data,
-    MessageParcel &reply, MessageOption &option)
+                                        MessageParcel &reply, MessageOption &option)
 {
     sptr<ITarnbyService> proxy = AcquireServiceProxy(LOG_LABEL);
     if (proxy == nullptr) {
         return {ERR_TRBY_SERVICE_DEAD, 0};
     }
-    int32_t sent = SendThroughProxy(proxy, &ITarnbyService::CollaborationToDeviceEvent, data, reply, option,
-        LOG_LABEL);
+    int32_t sent = SendThroughProxy(proxy, &ITarnbyService::CollaborationToDeviceEvent, data, reply, option, LOG_LABEL);
     if (sent != TRBY_OK) {
         return {sent, 0};
     }
@@ -148,7 +147,7 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(int32_t loc
 }
 
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(int32_t localId, sptr<TargetInfo> target,
-    const std::string &extraData)
+                                                                     const std::string &extraData)
 {
     HILOGE("enter");
     if (target == nullptr || target->GetNetworkId().empty()) {
@@ -176,7 +175,9 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(int32_t loc
 }
 
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(const std::string &bundleName,
-    const std::string &abilityName, sptr<TargetInfo> target, const std::string &extraData)
+                                                                     const std::string &abilityName,
+                                                                     sptr<TargetInfo> target,
+                                                                     const std::string &extraData)
 {
     HILOGE("enter");
     if (target == nullptr) {
@@ -204,7 +205,8 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(const std::
 }
 
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<TargetInfo> srcTarget,
-    sptr<TargetInfo> dstTarget, const char *data, uint32_t dataLen)
+                                                                     sptr<TargetInfo> dstTarget, const char *data,
+                                                                     uint32_t dataLen)
 {
     HILOGE("enter");
     if (srcTarget == nullptr || dstTarget == nullptr) {
@@ -238,7 +240,7 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<Target
 }
 
 int32_t CollaborationAbility::RegisterCollaborationCallback(sptr<TargetInfo> target,
-    sptr<CollabAbilityCallback> callback)
+                                                            sptr<CollabAbilityCallback> callback)
 {
     HILOGE("enter");
     TarnbyRequest request(SERVICE_TYPE_COLLABORATION, REGISTER_COLLABORATION_CALLBACK, LOG_LABEL);
@@ -269,8 +271,7 @@ int32_t CollaborationAbility::UnRegisterCollaborationCallback(sptr<TargetInfo> t
     return SendForResult(request, "UnRegisterCollaborationCallback failed");
 }
 
-int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSessionId, const char *data,
-    uint32_t dataLen)
+int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSessionId, const char *data, uint32_t dataLen)
 {
     if (data == nullptr || dataLen == 0) {
         HILOGE("data is null");
@@ -310,14 +311,14 @@ int32_t CollaborationAbility::StopCollaboration(int32_t collaborationSessionId)
 }
 
 int32_t CollaborationAbility::GetCollaborationStartInfos(int32_t collaborationSessionId,
-    std::vector<sptr<StartInfo>> &startInfos)
+                                                         std::vector<sptr<StartInfo>> &startInfos)
 {
     HILOGI("Get Start Info");
     return TRBY_OK;
 }
 
 int32_t CollaborationAbility::RegisterCollaborationDataCallback(int32_t collaborationSessionId,
-    sptr<DataCallback> callback)
+                                                                sptr<DataCallback> callback)
 {
     HILOGI("Register");
     return TRBY_OK;

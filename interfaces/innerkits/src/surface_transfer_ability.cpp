@@ -74,7 +74,7 @@ SurfaceTransferAbility &SurfaceTransferAbility::GetInstance()
 }
 
 int32_t SurfaceTransferAbility::InitSurfaceTransfer(int32_t connId, std::shared_ptr<RemoteDevice> remoteDevice,
-    sptr<CallbackSkeleton> callback)
+                                                    sptr<CallbackSkeleton> callback)
 {
     if (callback == nullptr) {
         HILOGI("remote callback is null");
@@ -125,8 +125,7 @@ int32_t SurfaceTransferAbility::InitSurfaceTransfer(int32_t connId, std::shared_
 
 int32_t SurfaceTransferAbility::DeInitSurfaceTransfer(int32_t connId)
 {
-    return SendConnIdRequest(DEINIT_SURFACE_TRANSFER, connId, "write DeInitSurfaceTransfer param failed",
-        __FUNCTION__);
+    return SendConnIdRequest(DEINIT_SURFACE_TRANSFER, connId, "write DeInitSurfaceTransfer param failed", __FUNCTION__);
 }
 
 int32_t SurfaceTransferAbility::StartSurfaceTransfer(int32_t connId, std::string first, std::string second)
@@ -158,7 +157,7 @@ int32_t SurfaceTransferAbility::CastOperation(int32_t connId, CastOperationType 
 }
 
 int32_t SurfaceTransferAbility::SetScreenParam(int32_t connId, CastSetScreenParamType type,
-    std::shared_ptr<ScreenParam> param)
+                                               std::shared_ptr<ScreenParam> param)
 {
     return SendSurfaceRequest(
         SET_SCREEN_PARAM,
@@ -189,9 +188,9 @@ bool SurfaceTransferAbility::WriteRemoteDevice(Parcel &parcel, std::shared_ptr<R
     }
     const RemoteDevice &device = *remoteDevice;
     bool written = parcel.WriteString(device.firstText) && parcel.WriteString(device.secondText) &&
-        parcel.WriteString(device.thirdText) && parcel.WriteString(device.fourthText) &&
-        parcel.WriteInt32(device.value) && parcel.WriteUint32(device.dataLen) &&
-        parcel.WriteBuffer(device.data, device.dataLen);
+                   parcel.WriteString(device.thirdText) && parcel.WriteString(device.fourthText) &&
+                   parcel.WriteInt32(device.value) && parcel.WriteUint32(device.dataLen) &&
+                   parcel.WriteBuffer(device.data, device.dataLen);
     return written || LogWriteFailure();
 }
 
@@ -201,8 +200,8 @@ bool SurfaceTransferAbility::WriteScreenParam(Parcel &parcel, std::shared_ptr<Sc
         return LogWriteFailure();
     }
     bool written = parcel.WriteUint32(param->firstValue) && parcel.WriteUint32(param->secondValue) &&
-        parcel.WriteUint32(param->thirdValue) && parcel.WriteUint32(param->fourthValue) &&
-        parcel.WriteUint32(param->fifthValue);
+                   parcel.WriteUint32(param->thirdValue) && parcel.WriteUint32(param->fourthValue) &&
+                   parcel.WriteUint32(param->fifthValue);
     return written || LogWriteFailure();
 }
 

@@ -19,9 +19,7 @@ std::shared_mutex TarnbyProxy::mutex_;
 sptr<ITarnbyService> TarnbyProxy::instance_;
 sptr<IRemoteObject> TarnbyProxy::trbyObject_;
 
-TarnbyProxy::TarnbyProxy(const sptr<IRemoteObject> &impl) : IRemoteProxy<ITarnbyService>(impl)
-{
-}
+TarnbyProxy::TarnbyProxy(const sptr<IRemoteObject> &impl) : IRemoteProxy<ITarnbyService>(impl) {}
 
 TarnbyProxy::~TarnbyProxy()
 {
@@ -83,8 +81,8 @@ void TarnbyProxy::DestoryInstance()
     }
 }
 
-int32_t TarnbyProxy::BuildCollaborationServiceCode(MessageParcel &data, uint32_t serviceType,
-    uint32_t subServiceType, uint32_t operateCode, uint32_t subOperateCode, uint32_t command)
+int32_t TarnbyProxy::BuildCollaborationServiceCode(MessageParcel &data, uint32_t serviceType, uint32_t subServiceType,
+                                                   uint32_t operateCode, uint32_t subOperateCode, uint32_t command)
 {
     if (!data.WriteInterfaceToken(GetDescriptor())) {
         HILOGE("write interface token failed");
@@ -117,7 +115,7 @@ int32_t TarnbyProxy::VeskorEvent(MessageParcel &data, MessageParcel &reply, Mess
 
 // The shared body of the three send operations; lines are logged under the name of the operation that called it.
 int32_t TarnbyProxy::SendEvent(const char *caller, uint32_t code, MessageParcel &data, MessageParcel &reply,
-    MessageOption &option)
+                               MessageOption &option)
 {
     TRBY_LOG_FN(LOG_LABEL, LOG_INFO, caller, "enter");
     sptr<IRemoteObject> remote = Remote();

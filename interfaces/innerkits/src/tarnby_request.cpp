@@ -17,7 +17,7 @@ sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *call
 }
 
 int32_t SendThroughProxy(const sptr<ITarnbyService> &proxy, SendOperation operation, MessageParcel &data,
-    MessageParcel &reply, MessageOption &option, const LogLabel &label, const char *caller)
+                         MessageParcel &reply, MessageOption &option, const LogLabel &label, const char *caller)
 {
     if (((*proxy).*operation)(data, reply, option) != TRBY_OK) {
         TRBY_LOG_FN(label, LOG_ERROR, caller, "send request to Tarnby failed");
@@ -35,7 +35,7 @@ TarnbyRequest::TarnbyRequest(uint32_t serviceType, uint32_t subServiceType, cons
 bool TarnbyRequest::WriteHeader()
 {
     return TarnbyProxy::BuildCollaborationServiceCode(data_, serviceType_, subServiceType_, UNUSED_CODE_FIELD,
-        UNUSED_CODE_FIELD, UNUSED_CODE_FIELD) == TRBY_OK;
+                                                      UNUSED_CODE_FIELD, UNUSED_CODE_FIELD) == TRBY_OK;
 }
 
 bool TarnbyRequest::AcquireProxy(const char *caller)

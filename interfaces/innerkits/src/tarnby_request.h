@@ -20,7 +20,8 @@ sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *call
 // Sends through `operation` of `proxy`: 0, or 0x1B8003F5 after "send request to Tarnby failed" (the platform's and
 // the proxy's own codes are logged where they arise).
 int32_t SendThroughProxy(const sptr<ITarnbyService> &proxy, SendOperation operation, MessageParcel &data,
-    MessageParcel &reply, MessageOption &option, const LogLabel &label, const char *caller = __builtin_FUNCTION());
+                         MessageParcel &reply, MessageOption &option, const LogLabel &label,
+                         const char *caller = __builtin_FUNCTION());
 
 class TarnbyRequest {
 public:

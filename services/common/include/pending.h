@@ -53,7 +53,7 @@ private:
     std::mutex mutex_;
     std::condition_variable cv_;
     uint32_t time_ = 0;
-    T value_ {};
+    T value_{};
     bool isStop_ = false;
 };
 } // namespace OHOS::Tarnby

@@ -35,9 +35,9 @@ constexpr const char *LogFileName(const char *path)
 // Every line is prefixed with "[file:line]function# ". A source unit defines `LOG_LABEL` (a LogLabel) in its own
 // anonymous namespace and logs with HILOGI/HILOGE; the *_AS forms write one line under another unit's label, and
 // TRBY_LOG_FN names the function explicitly (for a helper that logs on behalf of its caller).
-#define TRBY_LOG_FN(label, level, func, fmt, ...)                                                                 \
-    ((void)HiLogPrint(LOG_CORE, (level), (label).domain, (label).tag, "[%{public}s:%{public}d]%{public}s# " fmt, \
-        ::OHOS::Tarnby::LogFileName(__FILE__), __LINE__, (func), ##__VA_ARGS__))
+#define TRBY_LOG_FN(label, level, func, fmt, ...)                                                                      \
+    ((void)HiLogPrint(LOG_CORE, (level), (label).domain, (label).tag, "[%{public}s:%{public}d]%{public}s# " fmt,       \
+                      ::OHOS::Tarnby::LogFileName(__FILE__), __LINE__, (func), ##__VA_ARGS__))
 #define TRBY_LOG_AS(label, level, fmt, ...) TRBY_LOG_FN(label, level, __FUNCTION__, fmt, ##__VA_ARGS__)
 
 #define HILOGI_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_INFO, fmt, ##__VA_ARGS__)

@@ -181,7 +181,10 @@ std::map<std::string, WriteCase> ScalarWriteCases()
         {"int64_1", [](Parcel &p) { return R({p.WriteInt64(1)}); }},
         {"int64_neg2", [](Parcel &p) { return R({p.WriteInt64(-2)}); }},
         {"int64_0x0102030405060708", [](Parcel &p) { return R({p.WriteInt64(0x0102030405060708)}); }},
-        {"int32_then_int64", [](Parcel &p) { return R({p.WriteInt32(1), p.WriteInt64(2)}); }},
+        {"int32_then_int64",
+         [](Parcel &p) {
+             return R({p.WriteInt32(1), p.WriteInt64(2)});
+         }},
         {"uint64_max", [](Parcel &p) { return R({p.WriteUint64(0xFFFFFFFFFFFFFFFF)}); }},
         {"int8_neg1", [](Parcel &p) { return R({p.WriteInt8(-1)}); }},
         {"uint8_255", [](Parcel &p) { return R({p.WriteUint8(255)}); }},
@@ -215,14 +218,35 @@ std::map<std::string, WriteCase> VectorWriteCases()
     return {
         {"strvec_empty", [](Parcel &p) { return R({p.WriteStringVector({})}); }},
         {"strvec_one", [](Parcel &p) { return R({p.WriteStringVector({"abc"})}); }},
-        {"strvec_three", [](Parcel &p) { return R({p.WriteStringVector({"a", "", "hello"})}); }},
-        {"strvec_three_b", [](Parcel &p) { return R({p.WriteStringVector({"x", "yz", "abcd"})}); }},
+        {"strvec_three",
+         [](Parcel &p) {
+             return R({p.WriteStringVector({"a", "", "hello"})});
+         }},
+        {"strvec_three_b",
+         [](Parcel &p) {
+             return R({p.WriteStringVector({"x", "yz", "abcd"})});
+         }},
         {"u32vec_empty", [](Parcel &p) { return R({p.WriteUInt32Vector({})}); }},
-        {"u32vec_14_17", [](Parcel &p) { return R({p.WriteUInt32Vector({14, 17})}); }},
-        {"i32vec_1_neg1", [](Parcel &p) { return R({p.WriteInt32Vector({1, -1})}); }},
-        {"u8vec_1_2_3", [](Parcel &p) { return R({p.WriteUInt8Vector({1, 2, 3})}); }},
-        {"boolvec_t_f", [](Parcel &p) { return R({p.WriteBoolVector({true, false})}); }},
-        {"string16vec_two", [](Parcel &p) { return R({p.WriteString16Vector({u"a", u""})}); }},
+        {"u32vec_14_17",
+         [](Parcel &p) {
+             return R({p.WriteUInt32Vector({14, 17})});
+         }},
+        {"i32vec_1_neg1",
+         [](Parcel &p) {
+             return R({p.WriteInt32Vector({1, -1})});
+         }},
+        {"u8vec_1_2_3",
+         [](Parcel &p) {
+             return R({p.WriteUInt8Vector({1, 2, 3})});
+         }},
+        {"boolvec_t_f",
+         [](Parcel &p) {
+             return R({p.WriteBoolVector({true, false})});
+         }},
+        {"string16vec_two",
+         [](Parcel &p) {
+             return R({p.WriteString16Vector({u"a", u""})});
+         }},
     };
 }
 
@@ -253,7 +277,10 @@ std::map<std::string, WriteCase> BufferWriteCases()
              const uint8_t ab = 0xAB;
              return R({p.WriteInt32(1), p.WriteUnpadBuffer(&ab, 1)});
          }},
-        {"mp_rawdata_5", [](Parcel &p) { return R({p.WriteInt32(5), p.WriteUnpadBuffer(HELLO, 5)}); }},
+        {"mp_rawdata_5",
+         [](Parcel &p) {
+             return R({p.WriteInt32(5), p.WriteUnpadBuffer(HELLO, 5)});
+         }},
         {"mp_rawdata_8",
          [](Parcel &p) {
              const uint8_t eight[] = {1, 2, 3, 4, 5, 6, 7, 8};
@@ -281,8 +308,9 @@ std::map<std::string, WriteCase> CompositeWriteCases()
         {"mixed_record",
          [](Parcel &p) {
              return R({p.WriteInt32(0), p.WriteString("dev"), p.WriteUint32(14), p.WriteBool(true),
-                       p.WriteStringVector({"a", "bc"}), p.WriteUInt32Vector({14, 17}), p.WriteStrongParcelable(nullptr),
-                       p.WriteStrongParcelable(new IntParcelable(5)), p.WriteString(""), p.WriteInt64(-1)});
+                       p.WriteStringVector({"a", "bc"}), p.WriteUInt32Vector({14, 17}),
+                       p.WriteStrongParcelable(nullptr), p.WriteStrongParcelable(new IntParcelable(5)),
+                       p.WriteString(""), p.WriteInt64(-1)});
          }},
         {"mixed_buffers",
          [](Parcel &p) {
@@ -291,20 +319,25 @@ std::map<std::string, WriteCase> CompositeWriteCases()
                        p.WriteBool(false)});
          }},
         {"mp_token_service",
-         [](Parcel &p) { return R({p.WriteInt32(0x100), p.WriteInt32(0), p.WriteString16(SERVICE_TOKEN)}); }},
+         [](Parcel &p) {
+             return R({p.WriteInt32(0x100), p.WriteInt32(0), p.WriteString16(SERVICE_TOKEN)});
+         }},
         {"mp_token_callback",
          [](Parcel &p) {
              return R({p.WriteInt32(0x100), p.WriteInt32(0), p.WriteString16(u"ohos.ITarnby.ITarnbyCallback")});
          }},
-        {"mp_token_empty", [](Parcel &p) { return R({p.WriteInt32(0x100), p.WriteInt32(0), p.WriteString16(u"")}); }},
+        {"mp_token_empty",
+         [](Parcel &p) {
+             return R({p.WriteInt32(0x100), p.WriteInt32(0), p.WriteString16(u"")});
+         }},
     };
 }
 
 std::map<std::string, WriteCase> AllWriteCases()
 {
     std::map<std::string, WriteCase> all;
-    for (const auto &group : {ScalarWriteCases(), TextWriteCases(), VectorWriteCases(), BufferWriteCases(),
-                              CompositeWriteCases()}) {
+    for (const auto &group :
+         {ScalarWriteCases(), TextWriteCases(), VectorWriteCases(), BufferWriteCases(), CompositeWriteCases()}) {
         all.insert(group.begin(), group.end());
     }
     return all;
@@ -358,9 +391,7 @@ struct ReadCase {
     std::function<void(Parcel &, Steps &)> calls;
 };
 
-void Nothing(Parcel &)
-{
-}
+void Nothing(Parcel &) {}
 
 void ReadInt32Out(Parcel &p, Steps &s, int32_t initial)
 {
@@ -422,79 +453,100 @@ void ReadUnpadStep(Parcel &p, Steps &s, size_t length)
 std::map<std::string, ReadCase> EmptyReadCases()
 {
     return {
-        {"empty_ReadInt32", {Nothing, [](Parcel &p, Steps &s) {
-                                 s.Add(N(p.ReadInt32()));
-                                 ReadInt32Out(p, s, 12345);
-                             }}},
-        {"empty_ReadUint32", {Nothing, [](Parcel &p, Steps &s) {
-                                  s.Add(N(p.ReadUint32()));
-                                  ReadUint32Out(p, s, 777);
-                              }}},
-        {"empty_ReadBool", {Nothing, [](Parcel &p, Steps &s) {
-                                s.Add(B(p.ReadBool()));
-                                ReadBoolOut(p, s, true);
-                            }}},
+        {"empty_ReadInt32",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.ReadInt32()));
+              ReadInt32Out(p, s, 12345);
+          }}},
+        {"empty_ReadUint32",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.ReadUint32()));
+              ReadUint32Out(p, s, 777);
+          }}},
+        {"empty_ReadBool",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              s.Add(B(p.ReadBool()));
+              ReadBoolOut(p, s, true);
+          }}},
         {"empty_ReadInt64", {Nothing, [](Parcel &p, Steps &s) { s.Add(N(p.ReadInt64())); }}},
-        {"empty_ReadString", {Nothing, [](Parcel &p, Steps &s) {
-                                  s.Add(Q(p.ReadString()));
-                                  ReadStringOut(p, s, "keep");
-                              }}},
-        {"empty_ReadString16", {Nothing, [](Parcel &p, Steps &s) {
-                                    s.Add(Q16(p.ReadString16()));
-                                    ReadString16Out(p, s, u"keep");
-                                }}},
+        {"empty_ReadString",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              s.Add(Q(p.ReadString()));
+              ReadStringOut(p, s, "keep");
+          }}},
+        {"empty_ReadString16",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              s.Add(Q16(p.ReadString16()));
+              ReadString16Out(p, s, u"keep");
+          }}},
         {"empty_ReadUInt32Vector", {Nothing, [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
         {"empty_ReadStringVector", {Nothing, [](Parcel &p, Steps &s) { ReadStrVector(p, s, {"keep"}); }}},
-        {"empty_ReadBuffer", {Nothing, [](Parcel &p, Steps &s) {
-                                  ReadBufferStep(p, s, 0);
-                                  ReadBufferStep(p, s, 4);
-                                  ReadUnpadStep(p, s, 4);
-                              }}},
-        {"empty_sizes", {Nothing, [](Parcel &p, Steps &s) {
-                             s.Add(N(p.GetDataSize()));
-                             s.Add(N(p.GetDataCapacity()));
-                             s.Add(N(p.GetMaxCapacity()));
-                             s.Add(N(p.GetWritableBytes()));
-                         }}},
+        {"empty_ReadBuffer",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              ReadBufferStep(p, s, 0);
+              ReadBufferStep(p, s, 4);
+              ReadUnpadStep(p, s, 4);
+          }}},
+        {"empty_sizes",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.GetDataSize()));
+              s.Add(N(p.GetDataCapacity()));
+              s.Add(N(p.GetMaxCapacity()));
+              s.Add(N(p.GetWritableBytes()));
+          }}},
     };
 }
 
 std::map<std::string, ReadCase> ScalarReadCases()
 {
     return {
-        {"short2_reads", {[](Parcel &p) { p.WriteInt16Unaligned(0x0102); },
-                          [](Parcel &p, Steps &s) {
-                              s.Add(N(p.ReadInt32()));
-                              ReadUint32Out(p, s, 777);
-                              ReadBoolOut(p, s, true);
-                              ReadStringOut(p, s, "keep");
-                              int16_t v = 0;
-                              bool ok = p.ReadInt16Unaligned(v);
-                              s.Add(B(ok) + " v=" + N(v));
-                          }}},
-        {"int32_readback", {[](Parcel &p) { p.WriteInt32(-7); },
-                            [](Parcel &p, Steps &s) {
-                                s.Add(N(p.ReadInt32()));
-                                s.Add(N(p.ReadInt32()));
-                            }}},
-        {"uint32_as_int32", {[](Parcel &p) { p.WriteUint32(0xFFFFFFFF); },
-                             [](Parcel &p, Steps &s) { s.Add(N(p.ReadInt32())); }}},
-        {"bool_from_2", {[](Parcel &p) { p.WriteInt32(2), p.WriteInt32(2); },
-                         [](Parcel &p, Steps &s) {
-                             s.Add(B(p.ReadBool()));
-                             ReadBoolOut(p, s, false);
-                         }}},
-        {"int64_short", {[](Parcel &p) { p.WriteInt32(1); },
-                         [](Parcel &p, Steps &s) {
-                             s.Add(N(p.ReadInt64()));
-                             s.Add(N(p.ReadInt32()));
-                         }}},
-        {"parsefrom_readonly", {[](Parcel &p) { ParseCopy(p, {7, 0, 0, 0, 8, 0, 0, 0}); },
-                                [](Parcel &p, Steps &s) {
-                                    s.Add(N(p.ReadInt32()));
-                                    s.Add(B(p.WriteInt32(1)));
-                                    s.Add(N(p.ReadInt32()));
-                                }}},
+        {"short2_reads",
+         {[](Parcel &p) { p.WriteInt16Unaligned(0x0102); },
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.ReadInt32()));
+              ReadUint32Out(p, s, 777);
+              ReadBoolOut(p, s, true);
+              ReadStringOut(p, s, "keep");
+              int16_t v = 0;
+              bool ok = p.ReadInt16Unaligned(v);
+              s.Add(B(ok) + " v=" + N(v));
+          }}},
+        {"int32_readback",
+         {[](Parcel &p) { p.WriteInt32(-7); },
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.ReadInt32()));
+              s.Add(N(p.ReadInt32()));
+          }}},
+        {"uint32_as_int32",
+         {[](Parcel &p) { p.WriteUint32(0xFFFFFFFF); }, [](Parcel &p, Steps &s) { s.Add(N(p.ReadInt32())); }}},
+        {"bool_from_2",
+         {[](Parcel &p) { p.WriteInt32(2), p.WriteInt32(2); },
+          [](Parcel &p, Steps &s) {
+              s.Add(B(p.ReadBool()));
+              ReadBoolOut(p, s, false);
+          }}},
+        {"int64_short",
+         {[](Parcel &p) { p.WriteInt32(1); },
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.ReadInt64()));
+              s.Add(N(p.ReadInt32()));
+          }}},
+        {"parsefrom_readonly",
+         {[](Parcel &p) {
+              ParseCopy(p, {7, 0, 0, 0, 8, 0, 0, 0});
+          },
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.ReadInt32()));
+              s.Add(B(p.WriteInt32(1)));
+              s.Add(N(p.ReadInt32()));
+          }}},
     };
 }
 
@@ -507,80 +559,102 @@ void WriteTwo(Parcel &p, int32_t first, int32_t second)
 std::map<std::string, ReadCase> StringReadCases()
 {
     return {
-        {"string_ok_abcd", {[](Parcel &p) { p.WriteString("abcd"), p.WriteInt32(9); },
-                            [](Parcel &p, Steps &s) {
-                                s.Add(Q(p.ReadString()));
-                                s.Add(N(p.ReadInt32()));
-                            }}},
-        {"string_len_neg1", {[](Parcel &p) { WriteTwo(p, -1, 0x64636261); },
-                             [](Parcel &p, Steps &s) {
-                                 ReadStringOut(p, s, "keep");
-                                 s.Add(N(p.ReadInt32()));
-                             }}},
+        {"string_ok_abcd",
+         {[](Parcel &p) { p.WriteString("abcd"), p.WriteInt32(9); },
+          [](Parcel &p, Steps &s) {
+              s.Add(Q(p.ReadString()));
+              s.Add(N(p.ReadInt32()));
+          }}},
+        {"string_len_neg1",
+         {[](Parcel &p) { WriteTwo(p, -1, 0x64636261); },
+          [](Parcel &p, Steps &s) {
+              ReadStringOut(p, s, "keep");
+              s.Add(N(p.ReadInt32()));
+          }}},
         {"string_len_neg1_valueform",
          {[](Parcel &p) { WriteTwo(p, -1, 0x64636261); }, [](Parcel &p, Steps &s) { s.Add(Q(p.ReadString())); }}},
         {"string_len_int32min",
          {[](Parcel &p) { WriteTwo(p, INT32_MIN, 0); }, [](Parcel &p, Steps &s) { ReadStringOut(p, s, "keep"); }}},
         {"string_len_int32max",
          {[](Parcel &p) { WriteTwo(p, INT32_MAX, 0); }, [](Parcel &p, Steps &s) { ReadStringOut(p, s, "keep"); }}},
-        {"string_len_huge", {[](Parcel &p) { WriteTwo(p, 0x7FFFFFFE, 0x64636261); },
-                             [](Parcel &p, Steps &s) {
-                                 ReadStringOut(p, s, "keep");
-                                 s.Add(N(p.ReadInt32()));
-                             }}},
+        {"string_len_huge",
+         {[](Parcel &p) { WriteTwo(p, 0x7FFFFFFE, 0x64636261); },
+          [](Parcel &p, Steps &s) {
+              ReadStringOut(p, s, "keep");
+              s.Add(N(p.ReadInt32()));
+          }}},
         {"string_len_1000",
          {[](Parcel &p) { WriteTwo(p, 1000, 0x64636261); }, [](Parcel &p, Steps &s) { s.Add(Q(p.ReadString())); }}},
-        {"string_len_eq_remaining", {[](Parcel &p) { p.WriteInt32(4), p.WriteBuffer("abcd", 4); },
-                                     [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
-        {"string_no_nul", {[](Parcel &p) { p.WriteInt32(3), p.WriteBuffer("abcd", 4); },
-                           [](Parcel &p, Steps &s) { ReadStringOut(p, s, "keep"); }}},
-        {"string_dirty_pad", {[](Parcel &p) {
-                                  const uint8_t body[] = {0x61, 0x00, 0x78, 0x79};
-                                  p.WriteInt32(1), p.WriteBuffer(body, 4);
-                              },
-                              [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
+        {"string_len_eq_remaining",
+         {[](Parcel &p) { p.WriteInt32(4), p.WriteBuffer("abcd", 4); },
+          [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
+        {"string_no_nul",
+         {[](Parcel &p) { p.WriteInt32(3), p.WriteBuffer("abcd", 4); },
+          [](Parcel &p, Steps &s) { ReadStringOut(p, s, "keep"); }}},
+        {"string_dirty_pad",
+         {[](Parcel &p) {
+              const uint8_t body[] = {0x61, 0x00, 0x78, 0x79};
+              p.WriteInt32(1), p.WriteBuffer(body, 4);
+          },
+          [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
         {"string_len0", {[](Parcel &p) { WriteTwo(p, 0, 0); }, [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
         {"string_len0_no_body",
          {[](Parcel &p) { p.WriteInt32(0); }, [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
-        {"string16_len_neg1", {[](Parcel &p) { WriteTwo(p, -1, 5); },
-                               [](Parcel &p, Steps &s) {
-                                   ReadString16Out(p, s, u"");
-                                   s.Add(N(p.ReadInt32()));
-                               }}},
-        {"string16_token", {[](Parcel &p) { p.WriteString16(SERVICE_TOKEN); },
-                            [](Parcel &p, Steps &s) { s.Add(Q16(p.ReadString16())); }}},
-        {"string_unpadded_end", {[](Parcel &p) { ParseCopy(p, {1, 0, 0, 0, 0x61, 0}); },
-                                 [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
+        {"string16_len_neg1",
+         {[](Parcel &p) { WriteTwo(p, -1, 5); },
+          [](Parcel &p, Steps &s) {
+              ReadString16Out(p, s, u"");
+              s.Add(N(p.ReadInt32()));
+          }}},
+        {"string16_token",
+         {[](Parcel &p) { p.WriteString16(SERVICE_TOKEN); },
+          [](Parcel &p, Steps &s) { s.Add(Q16(p.ReadString16())); }}},
+        {"string_unpadded_end",
+         {[](Parcel &p) {
+              ParseCopy(p, {1, 0, 0, 0, 0x61, 0});
+          },
+          [](Parcel &p, Steps &s) { ReadStringOut(p, s, ""); }}},
     };
 }
 
 std::map<std::string, ReadCase> VectorReadCases()
 {
     return {
-        {"u32vec_ok", {[](Parcel &p) { p.WriteUInt32Vector({14, 17}); },
-                       [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
-        {"u32vec_count_too_big", {[](Parcel &p) { p.WriteInt32(5), p.WriteUint32(14), p.WriteUint32(17); },
-                                  [](Parcel &p, Steps &s) {
-                                      ReadU32Vector(p, s, {99});
-                                      s.Add(N(p.ReadUint32()));
-                                  }}},
-        {"u32vec_count_neg", {[](Parcel &p) { p.WriteInt32(-1), p.WriteUint32(14); },
-                              [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
-        {"u32vec_count0",
-         {[](Parcel &p) { p.WriteInt32(0); }, [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
-        {"u32vec_partial_word", {[](Parcel &p) { p.WriteInt32(2), p.WriteUint32(14), p.WriteInt16Unaligned(1); },
-                                 [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
-        {"strvec_ok", {[](Parcel &p) { p.WriteStringVector({"a", "bc"}); },
-                       [](Parcel &p, Steps &s) { ReadStrVector(p, s, {"keep"}); }}},
-        {"strvec_count_gt_bytes", {[](Parcel &p) { p.WriteInt32(100), p.WriteString("abc"); },
-                                   [](Parcel &p, Steps &s) {
-                                       ReadStrVector(p, s, {"keep"});
-                                       s.Add(Q(p.ReadString()));
-                                   }}},
-        {"strvec_count_gt_strings", {[](Parcel &p) { p.WriteInt32(3), p.WriteString("abc"); },
-                                     [](Parcel &p, Steps &s) { ReadStrVector(p, s, {"keep"}); }}},
-        {"strvec_bad_elements", {[](Parcel &p) { p.WriteInt32(2), p.WriteInt32(-1), p.WriteInt32(7); },
-                                 [](Parcel &p, Steps &s) { ReadStrVector(p, s, {}); }}},
+        {"u32vec_ok",
+         {[](Parcel &p) {
+              p.WriteUInt32Vector({14, 17});
+          },
+          [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
+        {"u32vec_count_too_big",
+         {[](Parcel &p) { p.WriteInt32(5), p.WriteUint32(14), p.WriteUint32(17); },
+          [](Parcel &p, Steps &s) {
+              ReadU32Vector(p, s, {99});
+              s.Add(N(p.ReadUint32()));
+          }}},
+        {"u32vec_count_neg",
+         {[](Parcel &p) { p.WriteInt32(-1), p.WriteUint32(14); },
+          [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
+        {"u32vec_count0", {[](Parcel &p) { p.WriteInt32(0); }, [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
+        {"u32vec_partial_word",
+         {[](Parcel &p) { p.WriteInt32(2), p.WriteUint32(14), p.WriteInt16Unaligned(1); },
+          [](Parcel &p, Steps &s) { ReadU32Vector(p, s, {99}); }}},
+        {"strvec_ok",
+         {[](Parcel &p) {
+              p.WriteStringVector({"a", "bc"});
+          },
+          [](Parcel &p, Steps &s) { ReadStrVector(p, s, {"keep"}); }}},
+        {"strvec_count_gt_bytes",
+         {[](Parcel &p) { p.WriteInt32(100), p.WriteString("abc"); },
+          [](Parcel &p, Steps &s) {
+              ReadStrVector(p, s, {"keep"});
+              s.Add(Q(p.ReadString()));
+          }}},
+        {"strvec_count_gt_strings",
+         {[](Parcel &p) { p.WriteInt32(3), p.WriteString("abc"); },
+          [](Parcel &p, Steps &s) { ReadStrVector(p, s, {"keep"}); }}},
+        {"strvec_bad_elements",
+         {[](Parcel &p) { p.WriteInt32(2), p.WriteInt32(-1), p.WriteInt32(7); },
+          [](Parcel &p, Steps &s) { ReadStrVector(p, s, {}); }}},
         {"strvec_count_neg",
          {[](Parcel &p) { p.WriteInt32(-1); }, [](Parcel &p, Steps &s) { ReadStrVector(p, s, {"keep"}); }}},
         {"strvec_count0",
@@ -591,29 +665,33 @@ std::map<std::string, ReadCase> VectorReadCases()
 std::map<std::string, ReadCase> BufferReadCases()
 {
     return {
-        {"buf_past_end", {[](Parcel &p) { p.WriteInt32(0x44332211); },
-                          [](Parcel &p, Steps &s) {
-                              ReadBufferStep(p, s, 8);
-                              ReadUnpadStep(p, s, 5);
-                              ReadBufferStep(p, s, 4);
-                              ReadBufferStep(p, s, 1);
-                              ReadBufferStep(p, s, 0);
-                          }}},
-        {"unpad_read_ok", {[](Parcel &p) { p.WriteUnpadBuffer(BYTES, 5), p.WriteInt32(9); },
-                           [](Parcel &p, Steps &s) {
-                               ReadUnpadStep(p, s, 5);
-                               s.Add(N(p.ReadInt32()));
-                           }}},
-        {"buffer_read_nopad", {[](Parcel &p) { p.WriteUnpadBuffer(BYTES, 5), p.WriteInt32(9); },
-                               [](Parcel &p, Steps &s) {
-                                   ReadBufferStep(p, s, 5);
-                                   s.Add(N(p.ReadInt32()));
-                               }}},
-        {"unpad_read_past_data_end", {[](Parcel &p) { p.WriteUint8Unaligned(0x11); },
-                                      [](Parcel &p, Steps &s) {
-                                          ReadUnpadStep(p, s, 1);
-                                          s.Add(N(p.GetReadPosition()));
-                                      }}},
+        {"buf_past_end",
+         {[](Parcel &p) { p.WriteInt32(0x44332211); },
+          [](Parcel &p, Steps &s) {
+              ReadBufferStep(p, s, 8);
+              ReadUnpadStep(p, s, 5);
+              ReadBufferStep(p, s, 4);
+              ReadBufferStep(p, s, 1);
+              ReadBufferStep(p, s, 0);
+          }}},
+        {"unpad_read_ok",
+         {[](Parcel &p) { p.WriteUnpadBuffer(BYTES, 5), p.WriteInt32(9); },
+          [](Parcel &p, Steps &s) {
+              ReadUnpadStep(p, s, 5);
+              s.Add(N(p.ReadInt32()));
+          }}},
+        {"buffer_read_nopad",
+         {[](Parcel &p) { p.WriteUnpadBuffer(BYTES, 5), p.WriteInt32(9); },
+          [](Parcel &p, Steps &s) {
+              ReadBufferStep(p, s, 5);
+              s.Add(N(p.ReadInt32()));
+          }}},
+        {"unpad_read_past_data_end",
+         {[](Parcel &p) { p.WriteUint8Unaligned(0x11); },
+          [](Parcel &p, Steps &s) {
+              ReadUnpadStep(p, s, 1);
+              s.Add(N(p.GetReadPosition()));
+          }}},
     };
 }
 
@@ -626,137 +704,162 @@ std::map<std::string, ReadCase> ParcelableReadCases()
         {"strongparcelable_flag7", {[](Parcel &p) { WriteTwo(p, 7, 42); }, readObject}},
         {"strongparcelable_empty", {Nothing, readObject}},
         {"strongparcelable_flag1_nobody", {[](Parcel &p) { p.WriteInt32(1); }, readObject}},
-        {"derived_read_token_ok", {[](Parcel &p) { p.WriteInt32(0x100), p.WriteInt32(0), p.WriteString16(SERVICE_TOKEN); },
-                                   [](Parcel &p, Steps &s) {
-                                       std::string policy = N(p.ReadInt32());
-                                       std::string workSource = N(p.ReadInt32());
-                                       s.Add(policy + ", " + workSource + ", " + Q16(p.ReadString16()));
-                                   }}},
-        {"derived_read_token_missing", {[](Parcel &p) { WriteTwo(p, 103, 7); },
-                                        [](Parcel &p, Steps &s) {
-                                            std::string policy = N(p.ReadInt32());
-                                            std::string workSource = N(p.ReadInt32());
-                                            s.Add(policy + ", " + workSource + ", " + Q16(p.ReadString16()));
-                                        }}},
-        {"derived_read_rawdata_ok", {[](Parcel &p) { p.WriteInt32(5), p.WriteUnpadBuffer(HELLO, 5), p.WriteInt32(9); },
-                                     [](Parcel &p, Steps &s) {
-                                         std::string size = N(p.ReadInt32());
-                                         s.Add(size + ", " + Buf(p.ReadUnpadBuffer(5), 5));
-                                         s.Add(N(p.ReadInt32()));
-                                     }}},
+        {"derived_read_token_ok",
+         {[](Parcel &p) { p.WriteInt32(0x100), p.WriteInt32(0), p.WriteString16(SERVICE_TOKEN); },
+          [](Parcel &p, Steps &s) {
+              std::string policy = N(p.ReadInt32());
+              std::string workSource = N(p.ReadInt32());
+              s.Add(policy + ", " + workSource + ", " + Q16(p.ReadString16()));
+          }}},
+        {"derived_read_token_missing",
+         {[](Parcel &p) { WriteTwo(p, 103, 7); },
+          [](Parcel &p, Steps &s) {
+              std::string policy = N(p.ReadInt32());
+              std::string workSource = N(p.ReadInt32());
+              s.Add(policy + ", " + workSource + ", " + Q16(p.ReadString16()));
+          }}},
+        {"derived_read_rawdata_ok",
+         {[](Parcel &p) { p.WriteInt32(5), p.WriteUnpadBuffer(HELLO, 5), p.WriteInt32(9); },
+          [](Parcel &p, Steps &s) {
+              std::string size = N(p.ReadInt32());
+              s.Add(size + ", " + Buf(p.ReadUnpadBuffer(5), 5));
+              s.Add(N(p.ReadInt32()));
+          }}},
     };
 }
 
 std::map<std::string, ReadCase> CapacityLimitCases()
 {
     return {
-        {"cap_growth", {Nothing, [](Parcel &p, Steps &s) {
-                            for (size_t target : {4, 64, 68, 4096, 4100, 8196}) {
-                                FillTo(p, target);
-                                s.Add(N(p.GetDataCapacity()));
-                            }
-                        }}},
-        {"cap_setmax", {Nothing, [](Parcel &p, Steps &s) {
-                            for (size_t max : {100, 204800, 204801, 300000, 250000}) {
-                                bool ok = p.SetMaxCapacity(max);
-                                s.Add(B(ok) + " max=" + N(p.GetMaxCapacity()));
-                            }
-                        }}},
-        {"cap_default_full_int32", {[](Parcel &p) { FillInt32(p, 51200); },
-                                    [](Parcel &p, Steps &s) {
-                                        s.Add(N(p.GetDataSize()) + "; " + N(p.GetDataCapacity()));
-                                        s.Add(SizeAfter(p.WriteInt32(1), p));
-                                        s.Add(SizeAfter(p.WriteBool(true), p));
-                                        s.Add(SizeAfter(p.WriteString(""), p));
-                                        s.Add(SizeAfter(p.WriteParcelable(nullptr), p));
-                                        s.Add(SizeAfter(p.WriteStrongParcelable(nullptr), p));
-                                    }}},
-        {"cap_partial_string", {[](Parcel &p) { FillInt32(p, 51198); },
-                                [](Parcel &p, Steps &s) {
-                                    bool ok = p.WriteString("abcdefgh");
-                                    s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 8));
-                                    s.Add(SizeAfter(p.WriteString("ab"), p));
-                                }}},
-        {"cap_exact_string", {[](Parcel &p) { FillInt32(p, 51198); },
-                              [](Parcel &p, Steps &s) { s.Add(SizeAfter(p.WriteString("ab"), p)); }}},
-        {"cap_partial_strvec", {[](Parcel &p) { FillInt32(p, 51197); },
-                                [](Parcel &p, Steps &s) {
-                                    bool ok = p.WriteStringVector({"a", "b", "c"});
-                                    s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 12));
-                                }}},
-        {"cap_partial_u32vec", {[](Parcel &p) { FillInt32(p, 51198); },
-                                [](Parcel &p, Steps &s) {
-                                    bool ok = p.WriteUInt32Vector({14, 17});
-                                    s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 8));
-                                }}},
-        {"cap_partial_parcelable", {[](Parcel &p) { FillInt32(p, 51199); },
-                                    [](Parcel &p, Steps &s) {
-                                        bool ok = p.WriteStrongParcelable(new IntParcelable(42));
-                                        s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 4));
-                                    }}},
-        {"cap_int64_no_room", {[](Parcel &p) { FillInt32(p, 51199); },
-                               [](Parcel &p, Steps &s) {
-                                   s.Add(SizeAfter(p.WriteInt64(1), p));
-                                   s.Add(SizeAfter(p.WriteBuffer(BYTES, 5), p));
-                                   s.Add(SizeAfter(p.WriteUnpadBuffer(BYTES, 5), p));
-                                   s.Add(SizeAfter(p.WriteBuffer(BYTES, 4), p));
-                               }}},
-        {"cap_raised_max", {[](Parcel &p) { p.SetMaxCapacity(204804), FillInt32(p, 51200); },
-                            [](Parcel &p, Steps &s) {
-                                bool ok = p.WriteInt32(1);
-                                s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
-                                s.Add(SizeAfter(p.WriteInt32(2), p));
-                            }}},
+        {"cap_growth",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              for (size_t target : {4, 64, 68, 4096, 4100, 8196}) {
+                  FillTo(p, target);
+                  s.Add(N(p.GetDataCapacity()));
+              }
+          }}},
+        {"cap_setmax",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              for (size_t max : {100, 204800, 204801, 300000, 250000}) {
+                  bool ok = p.SetMaxCapacity(max);
+                  s.Add(B(ok) + " max=" + N(p.GetMaxCapacity()));
+              }
+          }}},
+        {"cap_default_full_int32",
+         {[](Parcel &p) { FillInt32(p, 51200); },
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.GetDataSize()) + "; " + N(p.GetDataCapacity()));
+              s.Add(SizeAfter(p.WriteInt32(1), p));
+              s.Add(SizeAfter(p.WriteBool(true), p));
+              s.Add(SizeAfter(p.WriteString(""), p));
+              s.Add(SizeAfter(p.WriteParcelable(nullptr), p));
+              s.Add(SizeAfter(p.WriteStrongParcelable(nullptr), p));
+          }}},
+        {"cap_partial_string",
+         {[](Parcel &p) { FillInt32(p, 51198); },
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteString("abcdefgh");
+              s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 8));
+              s.Add(SizeAfter(p.WriteString("ab"), p));
+          }}},
+        {"cap_exact_string",
+         {[](Parcel &p) { FillInt32(p, 51198); },
+          [](Parcel &p, Steps &s) { s.Add(SizeAfter(p.WriteString("ab"), p)); }}},
+        {"cap_partial_strvec",
+         {[](Parcel &p) { FillInt32(p, 51197); },
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteStringVector({"a", "b", "c"});
+              s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 12));
+          }}},
+        {"cap_partial_u32vec",
+         {[](Parcel &p) { FillInt32(p, 51198); },
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteUInt32Vector({14, 17});
+              s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 8));
+          }}},
+        {"cap_partial_parcelable",
+         {[](Parcel &p) { FillInt32(p, 51199); },
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteStrongParcelable(new IntParcelable(42));
+              s.Add(B(ok) + " " + Size(p) + " tail=" + DataHex(p, KIB200 - 4));
+          }}},
+        {"cap_int64_no_room",
+         {[](Parcel &p) { FillInt32(p, 51199); },
+          [](Parcel &p, Steps &s) {
+              s.Add(SizeAfter(p.WriteInt64(1), p));
+              s.Add(SizeAfter(p.WriteBuffer(BYTES, 5), p));
+              s.Add(SizeAfter(p.WriteUnpadBuffer(BYTES, 5), p));
+              s.Add(SizeAfter(p.WriteBuffer(BYTES, 4), p));
+          }}},
+        {"cap_raised_max",
+         {[](Parcel &p) { p.SetMaxCapacity(204804), FillInt32(p, 51200); },
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteInt32(1);
+              s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
+              s.Add(SizeAfter(p.WriteInt32(2), p));
+          }}},
     };
 }
 
 std::map<std::string, ReadCase> CapacityPresetCases()
 {
     return {
-        {"cap_setdata_small", {Nothing, [](Parcel &p, Steps &s) {
-                                   s.Add(CapAfter(p.SetDataCapacity(8), p));
-                                   std::string writes = R({p.WriteInt32(1), p.WriteInt32(2), p.WriteInt32(3)});
-                                   s.Add(writes + " " + Size(p) + " " + Cap(p));
-                                   s.Add(CapAfter(p.SetDataCapacity(12), p));
-                                   s.Add(CapAfter(p.SetDataCapacity(13), p));
-                                   writes = R({p.WriteInt32(4), p.WriteInt32(5)});
-                                   s.Add(writes + " " + Size(p) + " " + Cap(p));
-                               }}},
-        {"cap_setdata_above_max", {Nothing, [](Parcel &p, Steps &s) {
-                                       bool ok = p.SetDataCapacity(204808);
-                                       s.Add(B(ok) + " " + Cap(p) + " max=" + N(p.GetMaxCapacity()));
-                                       s.Add(SizeAfter(FillInt32(p, 51202), p));
-                                       s.Add(SizeAfter(p.WriteInt32(1), p));
-                                   }}},
-        {"cap_bigstring_default", {Nothing, [](Parcel &p, Steps &s) {
-                                       bool ok = p.WriteString(std::string(300000, 'x'));
-                                       s.Add(B(ok) + " " + Size(p) + " bytes=" + DataHex(p));
-                                   }}},
-        {"cap_bigstring_max_4190208", {[](Parcel &p) { p.SetMaxCapacity(4190208); },
-                                       [](Parcel &p, Steps &s) {
-                                           bool ok = p.WriteString(std::string(4190207, 'x'));
-                                           s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
-                                       }}},
-        {"cap_bigstring_max_4190212", {[](Parcel &p) { p.SetMaxCapacity(4190212); },
-                                       [](Parcel &p, Steps &s) {
-                                           bool ok = p.WriteString(std::string(4190207, 'x'));
-                                           s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
-                                           s.Add(SizeAfter(p.WriteInt32(1), p));
-                                       }}},
-        {"cap_bigunpad_default", {[](Parcel &p) { p.WriteInt32(7); },
-                                  [](Parcel &p, Steps &s) {
-                                      std::vector<uint8_t> big(4190208, 0x5a);
-                                      std::string writes = R({p.WriteUint32(4190208), p.WriteUnpadBuffer(big.data(), big.size())});
-                                      s.Add(writes + " " + Size(p));
-                                  }}},
-        {"cap_setdata_then_fill", {[](Parcel &p) { p.SetMaxCapacity(300000), p.SetDataCapacity(250000); },
-                                   [](Parcel &p, Steps &s) {
-                                       s.Add(N(p.GetDataCapacity()) + "; " + N(p.GetMaxCapacity()));
-                                       bool ok = p.WriteString(std::string(249995, 'x'));
-                                       s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
-                                       ok = p.WriteInt32(1);
-                                       s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
-                                   }}},
+        {"cap_setdata_small",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              s.Add(CapAfter(p.SetDataCapacity(8), p));
+              std::string writes = R({p.WriteInt32(1), p.WriteInt32(2), p.WriteInt32(3)});
+              s.Add(writes + " " + Size(p) + " " + Cap(p));
+              s.Add(CapAfter(p.SetDataCapacity(12), p));
+              s.Add(CapAfter(p.SetDataCapacity(13), p));
+              writes = R({p.WriteInt32(4), p.WriteInt32(5)});
+              s.Add(writes + " " + Size(p) + " " + Cap(p));
+          }}},
+        {"cap_setdata_above_max",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              bool ok = p.SetDataCapacity(204808);
+              s.Add(B(ok) + " " + Cap(p) + " max=" + N(p.GetMaxCapacity()));
+              s.Add(SizeAfter(FillInt32(p, 51202), p));
+              s.Add(SizeAfter(p.WriteInt32(1), p));
+          }}},
+        {"cap_bigstring_default",
+         {Nothing,
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteString(std::string(300000, 'x'));
+              s.Add(B(ok) + " " + Size(p) + " bytes=" + DataHex(p));
+          }}},
+        {"cap_bigstring_max_4190208",
+         {[](Parcel &p) { p.SetMaxCapacity(4190208); },
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteString(std::string(4190207, 'x'));
+              s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
+          }}},
+        {"cap_bigstring_max_4190212",
+         {[](Parcel &p) { p.SetMaxCapacity(4190212); },
+          [](Parcel &p, Steps &s) {
+              bool ok = p.WriteString(std::string(4190207, 'x'));
+              s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
+              s.Add(SizeAfter(p.WriteInt32(1), p));
+          }}},
+        {"cap_bigunpad_default",
+         {[](Parcel &p) { p.WriteInt32(7); },
+          [](Parcel &p, Steps &s) {
+              std::vector<uint8_t> big(4190208, 0x5a);
+              std::string writes = R({p.WriteUint32(4190208), p.WriteUnpadBuffer(big.data(), big.size())});
+              s.Add(writes + " " + Size(p));
+          }}},
+        {"cap_setdata_then_fill",
+         {[](Parcel &p) { p.SetMaxCapacity(300000), p.SetDataCapacity(250000); },
+          [](Parcel &p, Steps &s) {
+              s.Add(N(p.GetDataCapacity()) + "; " + N(p.GetMaxCapacity()));
+              bool ok = p.WriteString(std::string(249995, 'x'));
+              s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
+              ok = p.WriteInt32(1);
+              s.Add(B(ok) + " " + Size(p) + " " + Cap(p));
+          }}},
     };
 }
 
@@ -830,7 +933,8 @@ std::pair<std::string, std::string> ParseWriteNotes(const std::string &notes)
     }
     size_t sizeEnd = notes.find(';', sizeAt + size.size());
     return {notes.substr(returns.size(), sizeAt - returns.size()),
-            notes.substr(sizeAt + size.size(), sizeEnd == std::string::npos ? std::string::npos : sizeEnd - sizeAt - size.size())};
+            notes.substr(sizeAt + size.size(),
+                         sizeEnd == std::string::npos ? std::string::npos : sizeEnd - sizeAt - size.size())};
 }
 
 bool IsHex(const std::string &text)

@@ -48,9 +48,9 @@ TEST(ParcelLayoutTest, StringsCarryTheirLengthInUnitsThenTerminatorAndPad)
     ASSERT_TRUE(parcel.WriteString("abcd"));
     ASSERT_TRUE(parcel.WriteString16(u"ab"));
     ASSERT_TRUE(parcel.WriteString(""));
-    EXPECT_EQ(Data(parcel), (Bytes{0x04, 0, 0, 0, 'a', 'b', 'c', 'd', 0, 0, 0, 0,    // 4 bytes + NUL + 3 pad
-                                   0x02, 0, 0, 0, 'a', 0, 'b', 0, 0, 0, 0, 0,        // 2 units + NUL unit + pad
-                                   0x00, 0, 0, 0, 0, 0, 0, 0}));                     // "" still has its NUL word
+    EXPECT_EQ(Data(parcel), (Bytes{0x04, 0, 0, 0, 'a', 'b', 'c', 'd', 0, 0, 0, 0, // 4 bytes + NUL + 3 pad
+                                   0x02, 0, 0, 0, 'a', 0,   'b', 0,   0, 0, 0, 0, // 2 units + NUL unit + pad
+                                   0x00, 0, 0, 0, 0,   0,   0,   0}));            // "" still has its NUL word
 }
 
 TEST(ParcelLayoutTest, InterfaceTokenStringTakesSixtyBytes)
@@ -69,9 +69,8 @@ TEST(ParcelLayoutTest, VectorsAreCountThenElements)
     ASSERT_TRUE(parcel.WriteStringVector({"x", ""}));
     ASSERT_TRUE(parcel.WriteUInt32Vector({14, 17}));
     ASSERT_TRUE(parcel.WriteUInt8Vector({1, 2, 3, 4, 5}));
-    EXPECT_EQ(Data(parcel), (Bytes{2, 0, 0, 0, 1, 0, 0, 0, 'x', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                                   2, 0, 0, 0, 14, 0, 0, 0, 17, 0, 0, 0,
-                                   5, 0, 0, 0, 1, 2, 3, 4, 5, 0, 0, 0}));
+    EXPECT_EQ(Data(parcel), (Bytes{2, 0, 0,  0, 1, 0, 0,  0, 'x', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0,
+                                   0, 0, 14, 0, 0, 0, 17, 0, 0,   0, 5, 0, 0, 0, 1, 2, 3, 4, 5, 0, 0, 0}));
 }
 
 TEST(ParcelLayoutTest, ParcelablesArePresenceFlagThenTheirOwnFields)

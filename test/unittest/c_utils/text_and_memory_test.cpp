@@ -26,9 +26,9 @@ TEST(StringExTest, StopsAtTheFirstNul)
 TEST(StringExTest, InvalidUtf8EmptiesTheWholeResult)
 {
     EXPECT_EQ(Str8ToStr16("ok\xff"), u"");
-    EXPECT_EQ(Str8ToStr16("ok\xe4\xb8"), u"");      // truncated
-    EXPECT_EQ(Str8ToStr16("\x80"), u"");            // stray continuation byte
-    EXPECT_EQ(Str8ToStr16("\xc0\xaf"), u"");        // overlong
+    EXPECT_EQ(Str8ToStr16("ok\xe4\xb8"), u""); // truncated
+    EXPECT_EQ(Str8ToStr16("\x80"), u"");       // stray continuation byte
+    EXPECT_EQ(Str8ToStr16("\xc0\xaf"), u"");   // overlong
 }
 
 TEST(StringExTest, UnpairedSurrogates)
@@ -83,7 +83,7 @@ TEST_F(MemcpySTest, CopiesOtherwise)
     EXPECT_EQ(memcpy_s(dest_, 8, src_, 0), EOK);
     EXPECT_TRUE(DestIs(0xAA, 8));
     EXPECT_EQ(memcpy_s(dest_, 8, dest_, 8), EOK);
-    EXPECT_EQ(memcpy_s(dest_, 8, src_ , 3), EOK);
+    EXPECT_EQ(memcpy_s(dest_, 8, src_, 3), EOK);
     EXPECT_EQ(memcmp(dest_, src_, 3), 0);
     EXPECT_EQ(dest_[3], 0xAA);
     EXPECT_EQ(memcpy_s(dest_ + 4, 4, dest_, 4), EOK); // adjacent ranges do not overlap

@@ -41,7 +41,7 @@ public:
 private:
     void Record(const char *hook, int32_t sessionId, const uint8_t *data, uint32_t dataLen)
     {
-        HookCall call {hook, sessionId, data == nullptr, {}, dataLen};
+        HookCall call{hook, sessionId, data == nullptr, {}, dataLen};
         if (data != nullptr) {
             call.bytes.assign(data, data + dataLen);
         }
@@ -60,7 +60,7 @@ std::vector<uint8_t> BytesOf(const std::vector<char> &bytes)
 
 // A session message as the service sends it: type, session id, length, then `bytes` unpadded (none when empty).
 int SendMessage(const sptr<IRemoteObject> &callback, int32_t type, int32_t sessionId, uint32_t dataLen,
-    const std::vector<char> &bytes, uint32_t code = START_ANSWER_CODE)
+                const std::vector<char> &bytes, uint32_t code = START_ANSWER_CODE)
 {
     return SendCallback(callback, code, [&](MessageParcel &parcel) {
         parcel.SetMaxCapacity(2 * MAX_DATA_LEN);

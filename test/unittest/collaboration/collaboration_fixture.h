@@ -47,8 +47,8 @@ inline std::vector<char> Pattern(size_t size, uint32_t seed)
 inline bool SameBytes(const std::optional<std::vector<uint8_t>> &got, const std::vector<char> &expected)
 {
     return got.has_value() && got->size() == expected.size() &&
-        std::equal(got->begin(), got->end(), expected.begin(),
-            [](uint8_t a, char b) { return a == static_cast<uint8_t>(b); });
+           std::equal(got->begin(), got->end(), expected.begin(),
+                      [](uint8_t a, char b) { return a == static_cast<uint8_t>(b); });
 }
 
 class CollaborationTest : public ServiceTestBase {
@@ -73,7 +73,7 @@ protected:
     static sptr<Tarnby::TargetInfo> PeerAbility()
     {
         return sptr<Tarnby::TargetInfo>::MakeSptr("0123456789abcdef", Tarnby::ABILITY_TARGET, "com.example.peer",
-            "PeerAbility", 0);
+                                                  "PeerAbility", 0);
     }
     static WireTarget PeerAbilityOnWire()
     {
@@ -98,8 +98,7 @@ protected:
     // Start requests are decoded, kept, and handed to `answer` with their position among all start requests.
     void ScriptStarts(std::function<void(const StartRequest &, size_t)> answer)
     {
-        RequestHandler handler = [this, answer](const RequestEnvelope &envelope, MessageParcel &data,
-                                     MessageParcel &) {
+        RequestHandler handler = [this, answer](const RequestEnvelope &envelope, MessageParcel &data, MessageParcel &) {
             StartRequest request = ReadStartRequest(envelope.subServiceType, data);
             size_t index = Keep(request);
             answer(request, index);
@@ -114,13 +113,13 @@ protected:
     {
         for (uint32_t sub : {SUB_REGISTER, SUB_UNREGISTER, SUB_SEND_DATA, SUB_STOP}) {
             service_->On(COLLABORATION_SERVICE, sub,
-                [this, result](const RequestEnvelope &envelope, MessageParcel &data, MessageParcel &reply) {
-                    SessionRequest request = ReadSessionRequest(envelope.subServiceType, data);
-                    std::lock_guard<std::mutex> lock(mutex_);
-                    sessions_.push_back(std::move(request));
-                    reply.WriteInt32(result);
-                    return 0;
-                });
+                         [this, result](const RequestEnvelope &envelope, MessageParcel &data, MessageParcel &reply) {
+                             SessionRequest request = ReadSessionRequest(envelope.subServiceType, data);
+                             std::lock_guard<std::mutex> lock(mutex_);
+                             sessions_.push_back(std::move(request));
+                             reply.WriteInt32(result);
+                             return 0;
+                         });
         }
     }
 
@@ -217,7 +216,7 @@ protected:
     static Request Only(const std::vector<Request> &requests)
     {
         EXPECT_EQ(requests.size(), 1u);
-        return requests.empty() ? Request {} : requests.front();
+        return requests.empty() ? Request{} : requests.front();
     }
     void ExpectOneEnvelope(uint32_t subServiceType)
     {

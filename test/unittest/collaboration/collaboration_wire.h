@@ -33,15 +33,15 @@ struct WireTarget {
     bool operator==(const WireTarget &other) const
     {
         return std::tie(flag, networkId, targetType, bundleName, abilityName, systemAbilityId) ==
-            std::tie(other.flag, other.networkId, other.targetType, other.bundleName, other.abilityName,
-                other.systemAbilityId);
+               std::tie(other.flag, other.networkId, other.targetType, other.bundleName, other.abilityName,
+                        other.systemAbilityId);
     }
 };
 
 inline WireTarget PresentTarget(const std::string &networkId, uint32_t targetType, const std::string &bundleName,
-    const std::string &abilityName, int32_t systemAbilityId)
+                                const std::string &abilityName, int32_t systemAbilityId)
 {
-    return WireTarget {1, networkId, targetType, bundleName, abilityName, systemAbilityId};
+    return WireTarget{1, networkId, targetType, bundleName, abilityName, systemAbilityId};
 }
 
 inline WireTarget ReadWireTarget(MessageParcel &data)

@@ -159,7 +159,7 @@ TEST_F(SessionRequestTest, FailedSendReturns461374453)
 TEST_F(SessionRequestTest, PlaceholdersSendNothingAndTouchNothing)
 {
     auto kept = sptr<Tarnby::StartInfo>::MakeSptr(5, PeerAbility(), "kept");
-    std::vector<sptr<Tarnby::StartInfo>> infos {kept};
+    std::vector<sptr<Tarnby::StartInfo>> infos{kept};
 
     EXPECT_EQ(Ability().GetCollaborationStartInfos(5, infos), 0);
     EXPECT_EQ(Ability().RegisterCollaborationDataCallback(5, nullptr), 0);

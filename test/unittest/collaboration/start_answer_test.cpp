@@ -15,15 +15,15 @@
 namespace OHOS::TarnbyTest {
 namespace {
 using StartAnswerTest = CollaborationTest;
-const std::pair<int32_t, int32_t> NO_SERVICE {1012, 0};
-const std::pair<int32_t, int32_t> SEND_FAILED {461374453, 0};
-const std::pair<int32_t, int32_t> NO_ANSWER {461635601, 0};
+const std::pair<int32_t, int32_t> NO_SERVICE{1012, 0};
+const std::pair<int32_t, int32_t> SEND_FAILED{461374453, 0};
+const std::pair<int32_t, int32_t> NO_ANSWER{461635601, 0};
 
 // Position of the first record whose message is `message`, or the number of records when there is none.
 size_t FirstPosition(const std::vector<HiLogRecord> &records, const std::string &message)
 {
     auto found = std::find_if(records.begin(), records.end(),
-        [&message](const HiLogRecord &record) { return LogCapture::Message(record) == message; });
+                              [&message](const HiLogRecord &record) { return LogCapture::Message(record) == message; });
     return static_cast<size_t>(found - records.begin());
 }
 
@@ -58,7 +58,7 @@ TEST_F(StartAnswerTest, StartWithDataWaitsForItsAnswerToo)
     const std::vector<char> bytes = Pattern(100, 9);
 
     EXPECT_EQ(Ability().StartCollaboration(PeerAbility(), PeerSystemAbility(), bytes.data(), bytes.size()),
-        Answer(0, 64));
+              Answer(0, 64));
 }
 
 TEST_F(StartAnswerTest, RefusedAnswersLeaveTheCallerWaitingForTheRealOne)

@@ -10,9 +10,9 @@
 namespace OHOS::TarnbyTest {
 namespace {
 using StartRequestTest = CollaborationTest;
-constexpr Answer ANSWER {0, 31};
-const std::pair<int32_t, int32_t> INVALID {1001, 0};
-const std::pair<int32_t, int32_t> WRITE_FAILED {1007, 0};
+constexpr Answer ANSWER{0, 31};
+const std::pair<int32_t, int32_t> INVALID{1001, 0};
+const std::pair<int32_t, int32_t> WRITE_FAILED{1007, 0};
 
 TEST_F(StartRequestTest, LocalSystemAbilityStartCarriesItsFieldsInOrder)
 {
@@ -100,8 +100,7 @@ TEST_F(StartRequestTest, LongestExtraDataGoesThrough)
     const std::string longestNamed = std::string(MAX_DATA_LEN - 2, 'z') + "!";
 
     EXPECT_EQ(Ability().StartCollaboration(7, PeerAbility(), longest), ANSWER);
-    EXPECT_EQ(Ability().StartCollaboration("com.example.local", "LocalAbility", PeerAbility(), longestNamed),
-        ANSWER);
+    EXPECT_EQ(Ability().StartCollaboration("com.example.local", "LocalAbility", PeerAbility(), longestNamed), ANSWER);
     auto requests = StartRequests();
     ASSERT_EQ(requests.size(), 2u);
     ASSERT_TRUE(requests[0].extraData.has_value());

@@ -50,7 +50,7 @@ public:
 
     // Calls OnRemoteRequest as the IPC framework would, with a body written by `body` after the header.
     int32_t Deliver(uint32_t code, uint32_t subServiceType, const std::function<void(MessageParcel &)> &body,
-        MessageParcel &reply)
+                    MessageParcel &reply)
     {
         MessageParcel data;
         WriteCallbackHeader(data, subServiceType);
@@ -70,7 +70,7 @@ public:
         return Record("DisconnectDevice(", deviceKey, ", ", serviceType, ")");
     }
     int32_t StateNotify(int32_t state, std::vector<uint32_t> states,
-        std::vector<sptr<Tarnby::ServiceStateInfo>> infos) override
+                        std::vector<sptr<Tarnby::ServiceStateInfo>> infos) override
     {
         std::ostringstream text;
         text << "StateNotify(" << state << ", [";
@@ -85,15 +85,15 @@ public:
         return Record(text.str(), "])");
     }
     int32_t OnServiceStateChanged(std::string firstString, std::string secondString, std::string extraInfo,
-        int32_t firstInt, int32_t secondInt) override
+                                  int32_t firstInt, int32_t secondInt) override
     {
         return Record("OnServiceStateChanged(", firstString, ", ", secondString, ", ", extraInfo, ", ", firstInt, ", ",
-            secondInt, ")");
+                      secondInt, ")");
     }
     int32_t OnServiceStateChanged(Tarnby::ServiceStateChangeContext context) override
     {
         return Record("Context{", context.secondInt, ", ", context.firstString, ", ", context.secondString, ", ",
-            context.extraInfo, ", ", context.firstInt, "}");
+                      context.extraInfo, ", ", context.firstInt, "}");
     }
     int32_t OnDisconnected(std::string first, int32_t value) override
     {
@@ -104,7 +104,7 @@ public:
         return Record("OnDisconnected(", second, ", ", third, ")");
     }
     int32_t ApplyResult(std::string first, std::string second, std::string third, int32_t value,
-        int32_t resultCode) override
+                        int32_t resultCode) override
     {
         return Record("ApplyResult(", first, ", ", second, ", ", third, ", ", value, ", ", resultCode, ")");
     }

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "json/json.h"
 #include "veskor_info.h"
 #include "veskor_json_utils.h"
+#include "json/json.h"
 
 namespace OHOS::Tarnby {
 namespace {

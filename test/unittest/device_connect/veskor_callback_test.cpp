@@ -11,9 +11,9 @@
 
 #include "callback_wire.h"
 #include "host_ipc_proxy.h"
-#include "json/json.h"
 #include "log_capture.h"
 #include "log_expect.h"
+#include "json/json.h"
 
 namespace OHOS::Tarnby {
 namespace {
@@ -44,25 +44,28 @@ protected:
 
 TEST_F(VeskorCallbackTest, DisconnectDeviceGetsTheKeyAndTheServiceType)
 {
-    EXPECT_EQ(Deliver(502, [](MessageParcel &data) {
-        data.WriteString("device-key");
-        data.WriteUint32(7);
-    }), 42);
-    EXPECT_EQ(hooks_->Calls(), std::vector<std::string> {"DisconnectDevice(device-key, 7)"});
+    EXPECT_EQ(Deliver(502,
+                      [](MessageParcel &data) {
+                          data.WriteString("device-key");
+                          data.WriteUint32(7);
+                      }),
+              42);
+    EXPECT_EQ(hooks_->Calls(), std::vector<std::string>{"DisconnectDevice(device-key, 7)"});
     EXPECT_TRUE(ReplyIs(reply_, 42));
 }
 
 TEST_F(VeskorCallbackTest, OnDisconnectedIsCalledTwiceAndTheReplyIsAlwaysZero)
 {
     EXPECT_EQ(Deliver(505, [](MessageParcel &data) { WriteThreeNamesAnd(data, -5); }), 0);
-    EXPECT_EQ(hooks_->Calls(), (std::vector<std::string> {"OnDisconnected(first, -5)", "OnDisconnected(second, third)"}));
+    EXPECT_EQ(hooks_->Calls(),
+              (std::vector<std::string>{"OnDisconnected(first, -5)", "OnDisconnected(second, third)"}));
     EXPECT_TRUE(ReplyIs(reply_, 0));
 }
 
 TEST_F(VeskorCallbackTest, StopGetsTheSecondStringFirst)
 {
     EXPECT_EQ(Deliver(507, [](MessageParcel &data) { WriteThreeNamesAnd(data, 4); }), 0);
-    EXPECT_EQ(hooks_->Calls(), std::vector<std::string> {"Stop(second, first, third, 4)"});
+    EXPECT_EQ(hooks_->Calls(), std::vector<std::string>{"Stop(second, first, third, 4)"});
     EXPECT_TRUE(ReplyIs(reply_, 0));
 }
 
@@ -87,22 +90,26 @@ class ApplyResultTest : public VeskorCallbackTest, public testing::WithParamInte
 TEST_P(ApplyResultTest, ServiceResultIsMappedBeforeTheHook)
 {
     const ApplyCase &param = GetParam();
-    EXPECT_EQ(Deliver(506, [&param](MessageParcel &data) {
-        WriteThreeNamesAnd(data, 8);
-        data.WriteInt32(param.serviceResult);
-    }), 42);
+    EXPECT_EQ(Deliver(506,
+                      [&param](MessageParcel &data) {
+                          WriteThreeNamesAnd(data, 8);
+                          data.WriteInt32(param.serviceResult);
+                      }),
+              42);
     std::string expected = "ApplyResult(first, second, third, 8, " + std::to_string(param.resultCode) + ")";
-    EXPECT_EQ(hooks_->Calls(), std::vector<std::string> {expected});
+    EXPECT_EQ(hooks_->Calls(), std::vector<std::string>{expected});
     EXPECT_TRUE(ReplyIs(reply_, 42));
     EXPECT_TRUE(Logged(logs_, LOG_INFO, CALLBACK_LABEL,
-        "resultCode = " + std::to_string(param.resultCode) + ", result = " + std::to_string(param.serviceResult)));
+                       "resultCode = " + std::to_string(param.resultCode) +
+                           ", result = " + std::to_string(param.serviceResult)));
 }
 
 // 320002 sits in the middle of the listed results and still maps to 0.
 INSTANTIATE_TEST_SUITE_P(Results, ApplyResultTest,
-    testing::Values(ApplyCase {320001, 1004720001}, ApplyCase {320003, 1004720002}, ApplyCase {320016, 1004720003},
-        ApplyCase {320017, 1004720004}, ApplyCase {320018, 1004720005}, ApplyCase {320002, 0},
-        ApplyCase {320019, 0}, ApplyCase {0, 0}, ApplyCase {-320001, 0}));
+                         testing::Values(ApplyCase{320001, 1004720001}, ApplyCase{320003, 1004720002},
+                                         ApplyCase{320016, 1004720003}, ApplyCase{320017, 1004720004},
+                                         ApplyCase{320018, 1004720005}, ApplyCase{320002, 0}, ApplyCase{320019, 0},
+                                         ApplyCase{0, 0}, ApplyCase{-320001, 0}));
 
 // The state list of 503: a uint32 vector, a count, then per element a presence flag and a ServiceStateInfo
 // (device id, link type, connect state).
@@ -116,15 +123,17 @@ void WriteStateInfo(MessageParcel &data, const std::string &deviceId, uint32_t l
 
 TEST_F(VeskorCallbackTest, StateListWithANullElementIsShorterAndStillNotified)
 {
-    EXPECT_EQ(Deliver(503, [](MessageParcel &data) {
-        data.WriteInt32(-2);
-        data.WriteUInt32Vector({1, 2, 3});
-        data.WriteUint32(3);
-        WriteStateInfo(data, "device-a", 1, 2);
-        data.WriteInt32(0);
-        WriteStateInfo(data, "device-c", 5, 6);
-    }), 42);
-    EXPECT_EQ(hooks_->Calls(), std::vector<std::string> {"StateNotify(-2, [1 2 3], [device-a/1/2 device-c/5/6])"});
+    EXPECT_EQ(Deliver(503,
+                      [](MessageParcel &data) {
+                          data.WriteInt32(-2);
+                          data.WriteUInt32Vector({1, 2, 3});
+                          data.WriteUint32(3);
+                          WriteStateInfo(data, "device-a", 1, 2);
+                          data.WriteInt32(0);
+                          WriteStateInfo(data, "device-c", 5, 6);
+                      }),
+              42);
+    EXPECT_EQ(hooks_->Calls(), std::vector<std::string>{"StateNotify(-2, [1 2 3], [device-a/1/2 device-c/5/6])"});
     EXPECT_TRUE(ReplyIs(reply_, 42));
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, DEVICE_DETECT_LABEL, "ReadStrongParcelable nullptr"));
 }
@@ -143,7 +152,7 @@ void WriteStateListOfCount(MessageParcel &data, uint32_t count)
 TEST_F(VeskorCallbackTest, StateCountUpToReadableBytesOverEightIsRead)
 {
     EXPECT_EQ(Deliver(503, [](MessageParcel &data) { WriteStateListOfCount(data, 2); }), 42);
-    EXPECT_EQ(hooks_->Calls(), std::vector<std::string> {"StateNotify(0, [], [])"});
+    EXPECT_EQ(hooks_->Calls(), std::vector<std::string>{"StateNotify(0, [], [])"});
 }
 
 TEST_F(VeskorCallbackTest, StateCountOverReadableBytesOverEightIsRefusedBeforeAnyElement)
@@ -157,10 +166,12 @@ TEST_F(VeskorCallbackTest, StateCountOverReadableBytesOverEightIsRefusedBeforeAn
 
 TEST_F(VeskorCallbackTest, UnreadableStateVectorIsRefused)
 {
-    EXPECT_EQ(Deliver(503, [](MessageParcel &data) {
-        data.WriteInt32(0);
-        data.WriteInt32(100); // a vector count with no elements behind it
-    }), 1001);
+    EXPECT_EQ(Deliver(503,
+                      [](MessageParcel &data) {
+                          data.WriteInt32(0);
+                          data.WriteInt32(100); // a vector count with no elements behind it
+                      }),
+              1001);
     EXPECT_TRUE(Logged(logs_, LOG_INFO, CALLBACK_LABEL, "ReadUInt32Vector failed"));
     EXPECT_TRUE(hooks_->Calls().empty());
 }
@@ -180,7 +191,7 @@ TEST_F(VeskorCallbackTest, StandAloneReadersReturnTheHookResultAndLeaveTheReplyA
     WriteStateListOfCount(goodState, 0);
     EXPECT_EQ(hooks_->ProcessNotifyStateCallback(goodState, reply_, option), 42);
 
-    EXPECT_EQ(hooks_->Calls(), (std::vector<std::string> {"DisconnectDevice(key, 3)", "StateNotify(0, [], [])"}));
+    EXPECT_EQ(hooks_->Calls(), (std::vector<std::string>{"DisconnectDevice(key, 3)", "StateNotify(0, [], [])"}));
     EXPECT_EQ(reply_.GetDataSize(), 0u);
 }
 
@@ -203,7 +214,7 @@ void WriteStateChange(MessageParcel &data, const std::string &extraInfo, bool ha
 std::vector<std::string> StateChangeCalls(const std::string &extraInfo)
 {
     return {"OnServiceStateChanged(alpha, beta, " + extraInfo + ", 11, -22)",
-        "Context{-22, alpha, beta, " + extraInfo + ", 11}"};
+            "Context{-22, alpha, beta, " + extraInfo + ", 11}"};
 }
 
 TEST_F(VeskorCallbackTest, StateChangeWithoutExtraInfoReachesBothHooks)
@@ -217,10 +228,12 @@ TEST_F(VeskorCallbackTest, StateChangeWithoutExtraInfoStillReadsHasFdAndReadsNoD
 {
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
-    EXPECT_EQ(Deliver(504, [&fds](MessageParcel &data) {
-        WriteStateChange(data, "", true);
-        data.WriteFileDescriptor(fds[0]);
-    }), 0);
+    EXPECT_EQ(Deliver(504,
+                      [&fds](MessageParcel &data) {
+                          WriteStateChange(data, "", true);
+                          data.WriteFileDescriptor(fds[0]);
+                      }),
+              0);
     EXPECT_EQ(hooks_->Calls(), StateChangeCalls(""));
     EXPECT_FALSE(logs_.Contains("fd: "));
     close(fds[0]);
@@ -235,10 +248,12 @@ TEST_F(VeskorCallbackTest, ExtraInfoIsPassedAsSentWhenNoDescriptorComes)
     const std::string withoutFd = R"({"k":"v"})";
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
-    EXPECT_EQ(Deliver(504, [&](MessageParcel &data) {
-        WriteStateChange(data, withoutFd, true);
-        data.WriteFileDescriptor(fds[0]);
-    }), 0);
+    EXPECT_EQ(Deliver(504,
+                      [&](MessageParcel &data) {
+                          WriteStateChange(data, withoutFd, true);
+                          data.WriteFileDescriptor(fds[0]);
+                      }),
+              0);
     close(fds[0]);
     close(fds[1]);
 
@@ -260,12 +275,14 @@ TEST_F(VeskorCallbackTest, ExtraInfoAboveTheInlineLimitArrivesWhole)
 
 TEST_F(VeskorCallbackTest, ExtraInfoWithoutItsTerminatingZeroIsRefused)
 {
-    EXPECT_EQ(Deliver(504, [](MessageParcel &data) {
-        WriteStateChangeHead(data);
-        data.WriteUint32(4);
-        data.WriteRawData("abcde", 5); // the byte at position len is 'e', not zero
-        data.WriteBool(false);
-    }), 1001);
+    EXPECT_EQ(Deliver(504,
+                      [](MessageParcel &data) {
+                          WriteStateChangeHead(data);
+                          data.WriteUint32(4);
+                          data.WriteRawData("abcde", 5); // the byte at position len is 'e', not zero
+                          data.WriteBool(false);
+                      }),
+              1001);
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, CALLBACK_LABEL, "string format invalid,length is 4"));
     EXPECT_TRUE(hooks_->Calls().empty());
     EXPECT_TRUE(ReplyIs(reply_, 1001));
@@ -273,12 +290,14 @@ TEST_F(VeskorCallbackTest, ExtraInfoWithoutItsTerminatingZeroIsRefused)
 
 TEST_F(VeskorCallbackTest, ExtraInfoLengthOver128MiBIsRefused)
 {
-    EXPECT_EQ(Deliver(504, [](MessageParcel &data) {
-        WriteStateChangeHead(data);
-        data.WriteUint32(134217729);
-        data.WriteRawData("{}", 3);
-        data.WriteBool(false);
-    }), 1001);
+    EXPECT_EQ(Deliver(504,
+                      [](MessageParcel &data) {
+                          WriteStateChangeHead(data);
+                          data.WriteUint32(134217729);
+                          data.WriteRawData("{}", 3);
+                          data.WriteBool(false);
+                      }),
+              1001);
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, CALLBACK_LABEL, "Read raw data failed or length is 134217729"));
     EXPECT_TRUE(hooks_->Calls().empty());
 }
@@ -303,13 +322,17 @@ TEST_F(VeskorCallbackTest, DescriptorIsPutIntoTheExtraInfoAsTheReceiversOwn)
     // Through a proxy, as from the service's process: the descriptor arrives as a new one of the receiving side.
     sptr<IRemoteObject> remote = HostIpc::GetProxy(receiver);
     MessageParcel reply;
-    ASSERT_EQ(SendCallback(remote, VESKOR_CODE, [&](MessageParcel &data) {
-        for (uint32_t field : {9u, 504u, 1u, 2u, 3u}) {
-            data.WriteUint32(field);
-        }
-        WriteStateChange(data, sent, true);
-        data.WriteFileDescriptor(fds[1]);
-    }, &reply), 0);
+    ASSERT_EQ(SendCallback(
+                  remote, VESKOR_CODE,
+                  [&](MessageParcel &data) {
+                      for (uint32_t field : {9u, 504u, 1u, 2u, 3u}) {
+                          data.WriteUint32(field);
+                      }
+                      WriteStateChange(data, sent, true);
+                      data.WriteFileDescriptor(fds[1]);
+                  },
+                  &reply),
+              0);
     EXPECT_EQ(reply.ReadInt32(), 0);
 
     Json::Value root;

@@ -124,7 +124,7 @@ protected:
     static sptr<Tarnby::TargetInfo> Target(const std::string &ability)
     {
         return sptr<Tarnby::TargetInfo>::MakeSptr("peer-network-id", Tarnby::ABILITY_TARGET, "com.example.peer",
-            ability, 0);
+                                                  ability, 0);
     }
 
     // Polls `condition` until it holds or `timeout` passes (callbacks arrive on IPC threads).

@@ -41,23 +41,27 @@ protected:
     }
     bool StillServes()
     {
-        return Tarnby::CollaborationAbility::GetInstance().RegisterCollaborationCallback(Target("Probe"),
-                   sptr<RecordingCallback>::MakeSptr()) == EMU_OK;
+        return Tarnby::CollaborationAbility::GetInstance().RegisterCollaborationCallback(
+                   Target("Probe"), sptr<RecordingCallback>::MakeSptr()) == EMU_OK;
     }
 };
 
 TEST_F(ProtocolTest, WrongTokenIsRefusedAtTheIpcLevel)
 {
     MessageParcel reply;
-    int status = SendRaw(101, [](MessageParcel &data) {
-        data.WriteInterfaceToken(CALLBACK_TOKEN);
-        data.WriteUint32(103);
-    }, reply);
+    int status = SendRaw(
+        101,
+        [](MessageParcel &data) {
+            data.WriteInterfaceToken(CALLBACK_TOKEN);
+            data.WriteUint32(103);
+        },
+        reply);
     EXPECT_EQ(status, EMU_ERR_WRONG_TOKEN);
     EXPECT_EQ(reply.GetDataSize(), 0U);
     HiLogRecord line;
     ASSERT_TRUE(logs_.Find("request refused with 290001: wrong interface token \"ohos.ITarnby.ITarnbyCallback\" on "
-                           "request 101", &line));
+                           "request 101",
+                           &line));
     EXPECT_EQ(line.level, LOG_ERROR);
     EXPECT_EQ(line.tag, "TRBYEmulator");
     EXPECT_TRUE(StillServes());
@@ -71,29 +75,62 @@ TEST_F(ProtocolTest, TruncatedRequestsAreRefusedAndNamed)
         std::string problem;
     };
     const std::vector<Case> cases = {
-        {101, [](MessageParcel &d) { d.WriteInterfaceToken(SERVICE_TOKEN); d.WriteUint32(103); },
-            "request 101: subServiceType missing"},
-        {101, [](MessageParcel &d) { WriteEnvelope(d, 103, 7); d.WriteInt32(0); },
-            "StartCollaboration: localId missing"},
-        {101, [](MessageParcel &d) { WriteEnvelope(d, 103, 7); d.WriteInt32(0); d.WriteInt32(1); d.WriteInt32(0); },
-            "StartCollaboration: target absent"},
-        {101, [](MessageParcel &d) { WriteEnvelope(d, 103, 23); WriteAbilityTarget(d, "b", "a"); },
-            "RegisterCollaborationCallback: callback missing"},
+        {101,
+         [](MessageParcel &d) {
+             d.WriteInterfaceToken(SERVICE_TOKEN);
+             d.WriteUint32(103);
+         },
+         "request 101: subServiceType missing"},
+        {101,
+         [](MessageParcel &d) {
+             WriteEnvelope(d, 103, 7);
+             d.WriteInt32(0);
+         },
+         "StartCollaboration: localId missing"},
+        {101,
+         [](MessageParcel &d) {
+             WriteEnvelope(d, 103, 7);
+             d.WriteInt32(0);
+             d.WriteInt32(1);
+             d.WriteInt32(0);
+         },
+         "StartCollaboration: target absent"},
+        {101,
+         [](MessageParcel &d) {
+             WriteEnvelope(d, 103, 23);
+             WriteAbilityTarget(d, "b", "a");
+         },
+         "RegisterCollaborationCallback: callback missing"},
         // A length beyond what the parcel holds must not size anything.
         {101,
-            [](MessageParcel &d) {
-                WriteEnvelope(d, 103, 13);
-                d.WriteInt32(1);
-                d.WriteUint32(4000000);
-                d.WriteInt32(0);
-            },
-            "SendCollaborationData: data missing"},
-        {101, [](MessageParcel &d) { WriteEnvelope(d, 103, 13); d.WriteInt32(1); d.WriteUint32(0x3FF001); },
-            "SendCollaborationData: dataLen out of range"},
-        {101, [](MessageParcel &d) { WriteEnvelope(d, 104, 27); d.WriteString("peer"); d.WriteString("speaker"); },
-            "InitAudioTransfer: businessType missing"},
-        {601, [](MessageParcel &d) { WriteEnvelope(d, 105, 19); d.WriteString("a"); d.WriteString("b"); },
-            "StartSurfaceTransfer: connId missing"},
+         [](MessageParcel &d) {
+             WriteEnvelope(d, 103, 13);
+             d.WriteInt32(1);
+             d.WriteUint32(4000000);
+             d.WriteInt32(0);
+         },
+         "SendCollaborationData: data missing"},
+        {101,
+         [](MessageParcel &d) {
+             WriteEnvelope(d, 103, 13);
+             d.WriteInt32(1);
+             d.WriteUint32(0x3FF001);
+         },
+         "SendCollaborationData: dataLen out of range"},
+        {101,
+         [](MessageParcel &d) {
+             WriteEnvelope(d, 104, 27);
+             d.WriteString("peer");
+             d.WriteString("speaker");
+         },
+         "InitAudioTransfer: businessType missing"},
+        {601,
+         [](MessageParcel &d) {
+             WriteEnvelope(d, 105, 19);
+             d.WriteString("a");
+             d.WriteString("b");
+         },
+         "StartSurfaceTransfer: connId missing"},
     };
     for (const Case &item : cases) {
         logs_.Clear();
@@ -152,28 +189,34 @@ TEST_F(ProtocolTest, CallbacksCarryTheirFieldsInWireOrder)
             seen["surface"] = fields;
         }
     });
-    ASSERT_EQ(Answer(101, [&](MessageParcel &d) {
-        WriteEnvelope(d, 103, 23);
-        WriteAbilityTarget(d, "com.example.peer", "Raw");
-        d.WriteRemoteObject(stub);
-    }), EMU_OK);
-    ASSERT_EQ(Answer(101, [&](MessageParcel &d) {
-        WriteEnvelope(d, 103, 7);
-        d.WriteInt32(0);
-        d.WriteInt32(4700);
-        WriteAbilityTarget(d, "com.example.peer", "Raw");
-        d.WriteRemoteObject(stub);
-    }), EMU_OK);
+    ASSERT_EQ(Answer(101,
+                     [&](MessageParcel &d) {
+                         WriteEnvelope(d, 103, 23);
+                         WriteAbilityTarget(d, "com.example.peer", "Raw");
+                         d.WriteRemoteObject(stub);
+                     }),
+              EMU_OK);
+    ASSERT_EQ(Answer(101,
+                     [&](MessageParcel &d) {
+                         WriteEnvelope(d, 103, 7);
+                         d.WriteInt32(0);
+                         d.WriteInt32(4700);
+                         WriteAbilityTarget(d, "com.example.peer", "Raw");
+                         d.WriteRemoteObject(stub);
+                     }),
+              EMU_OK);
     ASSERT_TRUE(emulator_.WaitForEvent("session.answered", 2000ms));
     std::vector<int32_t> sessions = emulator_.Sessions();
     ASSERT_EQ(sessions.size(), 1U);
     const int32_t session = sessions[0];
-    ASSERT_EQ(Answer(101, [&](MessageParcel &d) {
-        WriteEnvelope(d, 103, 13);
-        d.WriteInt32(session);
-        d.WriteUint32(5);
-        d.WriteUnpadBuffer("bytes", 5);
-    }), EMU_OK);
+    ASSERT_EQ(Answer(101,
+                     [&](MessageParcel &d) {
+                         WriteEnvelope(d, 103, 13);
+                         d.WriteInt32(session);
+                         d.WriteUint32(5);
+                         d.WriteUnpadBuffer("bytes", 5);
+                     }),
+              EMU_OK);
 
     int32_t connId = Answer(601, [&](MessageParcel &d) {
         WriteEnvelope(d, 105, 17);
@@ -188,19 +231,21 @@ TEST_F(ProtocolTest, CallbacksCarryTheirFieldsInWireOrder)
     });
     ASSERT_GT(connId, 0);
     EXPECT_NE(connId, session); // ids are fresh across kinds
-    ASSERT_EQ(Answer(601, [&](MessageParcel &d) {
-        WriteEnvelope(d, 105, 19);
-        d.WriteString("first");
-        d.WriteString("second");
-        d.WriteInt32(connId);
-    }), EMU_OK);
+    ASSERT_EQ(Answer(601,
+                     [&](MessageParcel &d) {
+                         WriteEnvelope(d, 105, 19);
+                         d.WriteString("first");
+                         d.WriteString("second");
+                         d.WriteInt32(connId);
+                     }),
+              EMU_OK);
 
     std::lock_guard<std::mutex> lock(mutex);
     EXPECT_EQ(seen.count("wrong token"), 0U);
-    EXPECT_EQ(seen["answer"], (std::vector<int64_t> {EMU_OK, session}));
-    EXPECT_EQ(seen["message"], (std::vector<int64_t> {104, session, 5}));
+    EXPECT_EQ(seen["answer"], (std::vector<int64_t>{EMU_OK, session}));
+    EXPECT_EQ(seen["message"], (std::vector<int64_t>{104, session, 5}));
     EXPECT_EQ(payload, "bytes");
-    EXPECT_EQ(seen["surface"], (std::vector<int64_t> {105, 40001, 0, 0, 0}));
+    EXPECT_EQ(seen["surface"], (std::vector<int64_t>{105, 40001, 0, 0, 0}));
     EXPECT_EQ(surfaceExtra, "{\"connId\":" + std::to_string(connId) + ",\"state\":\"started\"}");
     EXPECT_EQ(emulator_.SurfaceState(connId), TarnbyEmulator::TransferState::STARTED);
 }

@@ -32,7 +32,7 @@ TEST_F(SessionTest, FullSessionFromRegistrationToUnregistration)
     auto [status, sessionId] = Ability().StartCollaboration(4700, target, "hello");
     ASSERT_EQ(status, EMU_OK);
     EXPECT_NE(sessionId, 0);
-    EXPECT_EQ(emulator_.Sessions(), std::vector<int32_t> {sessionId});
+    EXPECT_EQ(emulator_.Sessions(), std::vector<int32_t>{sessionId});
     TarnbyEmulator::EmulatorEvent started;
     ASSERT_TRUE(emulator_.WaitForEvent("session.start", 0ms, &started));
     EXPECT_EQ(started.payload, "hello"); // the extra data reached the service
@@ -84,7 +84,7 @@ TEST_F(SessionTest, TwoSessionsAtOnceKeepTheirDataApart)
     fileSender.join();
 
     auto onlyFrom = [](const std::vector<RecordingCallback::Message> &messages, int32_t session,
-                        const std::string &prefix) {
+                       const std::string &prefix) {
         for (const auto &message : messages) {
             if (message.sessionId != session || message.bytes.rfind(prefix, 0) != 0) {
                 return false;

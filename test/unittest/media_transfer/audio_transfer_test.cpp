@@ -35,7 +35,7 @@ TEST_F(AudioTransferTest, InitSendsBothNamesThenTheBusinessTypeAndReturnsTheTwoA
 
     DecodedRequest request = requests_->Only();
     EXPECT_TRUE(EnvelopeIs(request.envelope, COLLABORATION_TO_DEVICE_EVENT, AUDIO_SERVICE_TYPE, 27));
-    EXPECT_EQ(request.fields, (std::vector<WireValue> {Str(PEER), Str(DEVICE), I32(3)}));
+    EXPECT_EQ(request.fields, (std::vector<WireValue>{Str(PEER), Str(DEVICE), I32(3)}));
     EXPECT_EQ(request.unreadBytes, 0u);
     // Identifiers are masked in the log: first three characters, "****", last three.
     EXPECT_TRUE(Logged(logs_, LOG_INFO, PROXY_LABEL, "enter, peerNetworkId=pee****123 devName=liv****ker"));
@@ -62,8 +62,8 @@ TEST_P(AudioSessionRequestTest, SendsTheConnectionIdAndReturnsTheAnswer)
     EXPECT_EQ(GetParam().call(41), -77);
 
     DecodedRequest request = requests_->Only();
-    EXPECT_TRUE(EnvelopeIs(request.envelope, COLLABORATION_TO_DEVICE_EVENT, AUDIO_SERVICE_TYPE,
-        GetParam().subServiceType));
+    EXPECT_TRUE(
+        EnvelopeIs(request.envelope, COLLABORATION_TO_DEVICE_EVENT, AUDIO_SERVICE_TYPE, GetParam().subServiceType));
     EXPECT_EQ(request.fields, GetParam().fields);
     EXPECT_EQ(request.unreadBytes, 0u);
     EXPECT_TRUE(Logged(logs_, LOG_INFO, PROXY_LABEL, "enter collaborationSessionId: 41"));
@@ -82,20 +82,27 @@ TEST_P(AudioSessionRequestTest, SendFailureReturnsTheFrontsCode)
 {
     // An error without a reply reaches the proxy as a failed send.
     service_->On(AUDIO_SERVICE_TYPE, GetParam().subServiceType,
-        [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
+                 [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
     EXPECT_EQ(GetParam().call(41), SEND_FAILED);
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, PROXY_LABEL, "send request to Tarnby failed"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Audio, AudioSessionRequestTest,
-    testing::Values(
-        SessionCase {"DeInitAudioTransfer", 28,
-            [](int32_t id) { return AudioTransferAbility::GetInstance().DeInitAudioTransfer(id, BusinessType(6)); },
-            {I32(41), I32(6)}},
-        SessionCase {"StartAudioTransfer", 15,
-            [](int32_t id) { return AudioTransferAbility::GetInstance().StartAudioTransfer(id); }, {I32(41)}},
-        SessionCase {"StopAudioTransfer", 16,
-            [](int32_t id) { return AudioTransferAbility::GetInstance().StopAudioTransfer(id); }, {I32(41)}}),
+INSTANTIATE_TEST_SUITE_P(
+    Audio, AudioSessionRequestTest,
+    testing::Values(SessionCase{"DeInitAudioTransfer",
+                                28,
+                                [](int32_t id) {
+                                    return AudioTransferAbility::GetInstance().DeInitAudioTransfer(id, BusinessType(6));
+                                },
+                                {I32(41), I32(6)}},
+                    SessionCase{"StartAudioTransfer",
+                                15,
+                                [](int32_t id) { return AudioTransferAbility::GetInstance().StartAudioTransfer(id); },
+                                {I32(41)}},
+                    SessionCase{"StopAudioTransfer",
+                                16,
+                                [](int32_t id) { return AudioTransferAbility::GetInstance().StopAudioTransfer(id); },
+                                {I32(41)}}),
     [](const testing::TestParamInfo<SessionCase> &info) { return std::string(info.param.name); });
 
 TEST_F(AudioTransferTest, InitWithAnEmptyNameSendsNothing)
@@ -126,7 +133,7 @@ TEST_F(AudioTransferTest, InitNamesTheFieldThatCannotBeWritten)
 TEST_F(AudioTransferTest, InitSendFailureReturnsTheSendCodeAnd1007)
 {
     service_->On(AUDIO_SERVICE_TYPE, 27,
-        [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
+                 [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
     EXPECT_EQ(Audio().InitAudioTransfer(PEER, DEVICE, BusinessType(1)), std::make_pair(SEND_FAILED, 1007));
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, PROXY_LABEL, "send request to Tarnby failed"));
     EXPECT_FALSE(logs_.Find("leave"));
@@ -139,7 +146,7 @@ TEST_F(AudioTransferTest, FourArgumentStartSendsNothing)
     EXPECT_EQ(service_->RequestCount(), 0u);
     EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 0u);
     EXPECT_TRUE(Logged(logs_, LOG_INFO, PROXY_LABEL,
-        "enter, peerNetworkId=pee****123 devName=liv****ker businessType=2 connId=41"));
+                       "enter, peerNetworkId=pee****123 devName=liv****ker businessType=2 connId=41"));
 }
 } // namespace
 } // namespace OHOS::Tarnby

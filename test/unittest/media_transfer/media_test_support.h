@@ -73,7 +73,7 @@ inline WireValue Buf(const std::string &value)
 }
 inline WireValue RemoteObject()
 {
-    return RemoteObjectField {true};
+    return RemoteObjectField{true};
 }
 
 struct Event {
@@ -119,15 +119,15 @@ private:
 };
 
 inline testing::AssertionResult EnvelopeIs(const RequestEnvelope &envelope, uint32_t code, uint32_t serviceType,
-    uint32_t subServiceType)
+                                           uint32_t subServiceType)
 {
     if (envelope.code != code || envelope.token != SERVICE_TOKEN || envelope.serviceType != serviceType ||
         envelope.subServiceType != subServiceType || envelope.operateCode != 0 || envelope.subOperateCode != 0 ||
         envelope.command != 0 || envelope.flags != 0 || envelope.waitTime != 8) {
-        return testing::AssertionFailure() << "envelope: code " << envelope.code << ", service " << envelope.serviceType
-                                           << "/" << envelope.subServiceType << ", codes " << envelope.operateCode
-                                           << "/" << envelope.subOperateCode << "/" << envelope.command << ", flags "
-                                           << envelope.flags << ", wait " << envelope.waitTime;
+        return testing::AssertionFailure()
+               << "envelope: code " << envelope.code << ", service " << envelope.serviceType << "/"
+               << envelope.subServiceType << ", codes " << envelope.operateCode << "/" << envelope.subOperateCode << "/"
+               << envelope.command << ", flags " << envelope.flags << ", wait " << envelope.waitTime;
     }
     return testing::AssertionSuccess();
 }

@@ -35,8 +35,8 @@ testing::AssertionResult IsDeathEvent(const std::vector<Event> &events, uint32_t
     }
     const Event &event = events[0];
     if (event.code != SERVICE_DEAD || event.eventId != id || event.extra != category) {
-        return testing::AssertionFailure() << "OnEvent(" << event.code << ", " << event.eventId << ", \""
-                                           << event.extra << "\")";
+        return testing::AssertionFailure()
+               << "OnEvent(" << event.code << ", " << event.eventId << ", \"" << event.extra << "\")";
     }
     return testing::AssertionSuccess();
 }

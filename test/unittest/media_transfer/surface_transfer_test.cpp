@@ -34,8 +34,8 @@ TEST_F(SurfaceTransferTest, InitSendsTheIdTheDeviceAndTheCallbackObject)
 
     DecodedRequest request = requests_->Only();
     EXPECT_TRUE(EnvelopeIs(request.envelope, SURFACE_TRANSFER_EVENT, SURFACE_SERVICE_TYPE, 17));
-    EXPECT_EQ(request.fields, (std::vector<WireValue> {I32(9), Str("a"), Str("bb"), Str("ccc"), Str("dddd"), I32(-7),
-                                  U32(5), Buf(DEVICE_BLOCK), RemoteObject()}));
+    EXPECT_EQ(request.fields, (std::vector<WireValue>{I32(9), Str("a"), Str("bb"), Str("ccc"), Str("dddd"), I32(-7),
+                                                      U32(5), Buf(DEVICE_BLOCK), RemoteObject()}));
     EXPECT_EQ(request.unreadBytes, 0u);
 
     // The service holds a proxy to the caller's callback and calls it back through the surface family.
@@ -43,12 +43,15 @@ TEST_F(SurfaceTransferTest, InitSendsTheIdTheDeviceAndTheCallbackObject)
     ASSERT_NE(request.objects[0], nullptr);
     EXPECT_TRUE(request.objects[0]->IsProxyObject());
     MessageParcel reply;
-    int status = SendCallback(request.objects[0], SURFACE_TRANSFER_EVENT, [](MessageParcel &data) {
-        for (uint32_t field : {105u, 40001u, 0u, 0u, 0u}) {
-            data.WriteUint32(field);
-        }
-        data.WriteString("casting");
-    }, &reply);
+    int status = SendCallback(
+        request.objects[0], SURFACE_TRANSFER_EVENT,
+        [](MessageParcel &data) {
+            for (uint32_t field : {105u, 40001u, 0u, 0u, 0u}) {
+                data.WriteUint32(field);
+            }
+            data.WriteString("casting");
+        },
+        &reply);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(reply.ReadInt32(), 5);
     ASSERT_EQ(callback->Events().size(), 1u);
@@ -73,25 +76,30 @@ void PrintTo(const SurfaceCase &testCase, std::ostream *out)
 std::string g_displayText = "display-text";
 
 const SurfaceCase SURFACE_CASES[] = {
-    {"DeInitSurfaceTransfer", 18, [] { return SurfaceTransferAbility::GetInstance().DeInitSurfaceTransfer(4); },
-        {I32(4)}},
-    {"StartSurfaceTransfer", 19,
-        [] { return SurfaceTransferAbility::GetInstance().StartSurfaceTransfer(4, "first", "second"); },
-        {Str("first"), Str("second"), I32(4)}},
+    {"DeInitSurfaceTransfer",
+     18,
+     [] { return SurfaceTransferAbility::GetInstance().DeInitSurfaceTransfer(4); },
+     {I32(4)}},
+    {"StartSurfaceTransfer",
+     19,
+     [] { return SurfaceTransferAbility::GetInstance().StartSurfaceTransfer(4, "first", "second"); },
+     {Str("first"), Str("second"), I32(4)}},
     {"StopSurfaceTransfer", 20, [] { return SurfaceTransferAbility::GetInstance().StopSurfaceTransfer(4); }, {I32(4)}},
-    {"CastOperation", 21,
-        [] { return SurfaceTransferAbility::GetInstance().CastOperation(4, static_cast<CastOperationType>(-6)); },
-        {I32(4), I32(-6)}},
-    {"SetScreenParam", 22,
-        [] {
-            auto param = std::make_shared<ScreenParam>(ScreenParam {11, 12, 13, 14, 15});
-            return SurfaceTransferAbility::GetInstance().SetScreenParam(4, static_cast<CastSetScreenParamType>(2),
-                param);
-        },
-        {I32(4), I32(2), U32(11), U32(12), U32(13), U32(14), U32(15)}},
-    {"SetVirtualDisplayParam", 29,
-        [] { return SurfaceTransferAbility::GetInstance().SetVirtualDisplayParam(4, 99, g_displayText); },
-        {I32(4), U32(99), Str("display-text")}},
+    {"CastOperation",
+     21,
+     [] { return SurfaceTransferAbility::GetInstance().CastOperation(4, static_cast<CastOperationType>(-6)); },
+     {I32(4), I32(-6)}},
+    {"SetScreenParam",
+     22,
+     [] {
+         auto param = std::make_shared<ScreenParam>(ScreenParam{11, 12, 13, 14, 15});
+         return SurfaceTransferAbility::GetInstance().SetScreenParam(4, static_cast<CastSetScreenParamType>(2), param);
+     },
+     {I32(4), I32(2), U32(11), U32(12), U32(13), U32(14), U32(15)}},
+    {"SetVirtualDisplayParam",
+     29,
+     [] { return SurfaceTransferAbility::GetInstance().SetVirtualDisplayParam(4, 99, g_displayText); },
+     {I32(4), U32(99), Str("display-text")}},
 };
 
 class SurfaceRequestTest : public SurfaceTransferTest, public testing::WithParamInterface<SurfaceCase> {};
@@ -102,8 +110,7 @@ TEST_P(SurfaceRequestTest, SendsItsFieldsInOrderAndReturnsTheAnswer)
     EXPECT_EQ(GetParam().call(), -31);
 
     DecodedRequest request = requests_->Only();
-    EXPECT_TRUE(EnvelopeIs(request.envelope, SURFACE_TRANSFER_EVENT, SURFACE_SERVICE_TYPE,
-        GetParam().subServiceType));
+    EXPECT_TRUE(EnvelopeIs(request.envelope, SURFACE_TRANSFER_EVENT, SURFACE_SERVICE_TYPE, GetParam().subServiceType));
     EXPECT_EQ(request.fields, GetParam().fields);
     EXPECT_EQ(request.unreadBytes, 0u);
     EXPECT_EQ(LoggedFunction(logs_, "enter"), GetParam().name);
@@ -121,14 +128,14 @@ TEST_P(SurfaceRequestTest, WithoutServiceReturns1012)
 TEST_P(SurfaceRequestTest, SendFailureReturnsTheFrontsCode)
 {
     service_->On(SURFACE_SERVICE_TYPE, GetParam().subServiceType,
-        [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
+                 [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
     EXPECT_EQ(GetParam().call(), SEND_FAILED);
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, PROXY_LABEL, "send request to Tarnby failed"));
     EXPECT_FALSE(logs_.Find("leave"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Surface, SurfaceRequestTest, testing::ValuesIn(SURFACE_CASES),
-    [](const testing::TestParamInfo<SurfaceCase> &info) { return std::string(info.param.name); });
+                         [](const testing::TestParamInfo<SurfaceCase> &info) { return std::string(info.param.name); });
 
 // These requests are built whole before the service is looked up: a field that cannot be written wins over a
 // missing service.
@@ -184,7 +191,7 @@ TEST_F(SurfaceTransferTest, InitWithAnUnwritableDeviceSendsNothing)
 TEST_F(SurfaceTransferTest, InitSendFailureReturnsTheFrontsCode)
 {
     service_->On(SURFACE_SERVICE_TYPE, 17,
-        [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
+                 [](const RequestEnvelope &, MessageParcel &, MessageParcel &) { return ERR_INVALID_DATA; });
     EXPECT_EQ(Surface().InitSurfaceTransfer(1, MakeDevice(), sptr<EventRecorder>::MakeSptr()), SEND_FAILED);
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, PROXY_LABEL, "send request to Tarnby failed"));
 }

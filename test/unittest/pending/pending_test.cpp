@@ -21,7 +21,7 @@ using Outcome = std::pair<int32_t, Answer>;
 
 constexpr int32_t WAIT_OK = 0;
 constexpr int32_t WAIT_TIMEOUT = 2010;
-constexpr uint32_t ENDLESS = 3600;     // never runs out within a test: only an answer ends such a wait
+constexpr uint32_t ENDLESS = 3600; // never runs out within a test: only an answer ends such a wait
 constexpr unsigned int PENDING_DOMAIN = 0xD004615;
 const std::string ENDLESS_ENTER = "enter, time:3600";
 
@@ -107,7 +107,7 @@ TEST(PendingTest, AnswerWakesTheWaiter)
 {
     LogCapture logs;
     Pending<Answer> pending;
-    Outcome outcome {-1, {-1, -1}};
+    Outcome outcome{-1, {-1, -1}};
     std::thread waiter([&] { outcome = pending.Start(ENDLESS); });
     bool announced = WaitForMessages(logs, ENDLESS_ENTER, 1);
     pending.Stop({3, 4});

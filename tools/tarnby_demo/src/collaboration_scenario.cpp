@@ -37,11 +37,11 @@ int32_t SendFromPeer(DemoContext &context, int32_t sessionId, const std::string 
 
 // Whether the callback heard `type` with `text` on `sessionId` as its `index`-th message.
 bool HeardAt(DemoCollaborationCallback &callback, size_t index, uint32_t type, int32_t sessionId,
-    const std::string &text)
+             const std::string &text)
 {
     std::vector<Heard> heard = callback.Log().WaitFor(index + 1, 2s);
     return heard.size() > index && heard[index].code == type && heard[index].id == sessionId &&
-        heard[index].text == text;
+           heard[index].text == text;
 }
 } // namespace
 
@@ -51,27 +51,27 @@ bool RunCollaboration(DemoContext &context)
     auto &ability = Tarnby::CollaborationAbility::GetInstance();
     auto callback = sptr<DemoCollaborationCallback>::MakeSptr(out);
     auto target = sptr<Tarnby::TargetInfo>::MakeSptr("peer-7f3a9c01", Tarnby::ABILITY_TARGET, "com.example.chat",
-        "ChatAbility", 0);
+                                                     "ChatAbility", 0);
     const std::string targetText = "target=" + Describe(target);
 
     out.Begin("RegisterCollaborationCallback(" + targetText + ", callback)");
     out.Expect(out.End(ability.RegisterCollaborationCallback(target, callback)) == TRBY_OK,
-        "the callback is registered");
+               "the callback is registered");
 
     out.Begin("StartCollaboration(localId=" + std::to_string(LOCAL_SYSTEM_ABILITY) + ", " + targetText +
-        ", extraData=\"demo\")");
+              ", extraData=\"demo\")");
     auto [startStatus, sessionId] = ability.StartCollaboration(LOCAL_SYSTEM_ABILITY, target, "demo");
     out.End(startStatus, ", session id " + std::to_string(sessionId));
     out.Expect(startStatus == TRBY_OK && sessionId != 0, "the service answers the start with a fresh session id");
 
     out.Expect(SendFromApp(context, sessionId, "hello from the app") == TRBY_OK, "the app's data is accepted");
     out.Expect(HeardAt(*callback, 0, 104, sessionId, "hello from the app"),
-        "the emulated peer loops the app's data back to the registered callback");
+               "the emulated peer loops the app's data back to the registered callback");
     out.Expect(SendFromPeer(context, sessionId, "hello from the peer") == TarnbyEmulator::EMU_OK,
-        "the peer's data is delivered");
+               "the peer's data is delivered");
     out.Expect(HeardAt(*callback, 1, 104, sessionId, "hello from the peer"), "the callback hears the peer");
     out.Expect(SendFromApp(context, UNKNOWN_SESSION, "lost") == TarnbyEmulator::EMU_ERR_UNKNOWN_SESSION,
-        "an unknown session id is refused");
+               "an unknown session id is refused");
 
     out.Begin("StopCollaboration(" + Session(sessionId) + ")");
     out.Expect(out.End(ability.StopCollaboration(sessionId)) == TRBY_OK, "the session stops");

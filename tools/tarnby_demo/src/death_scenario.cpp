@@ -15,7 +15,7 @@ bool HeardDeath(DemoContext &context, size_t count, int32_t connId)
 {
     std::vector<Heard> heard = context.surfaceCallback->Log().WaitFor(count, 5s);
     return heard.size() == count && heard.back().code == static_cast<uint32_t>(ERR_TRBY_SERVICE_DEAD) &&
-        heard.back().id == connId && heard.back().text == "errorcode";
+           heard.back().id == connId && heard.back().text == "errorcode";
 }
 
 void Die(DemoContext &context, int32_t connId)
@@ -24,11 +24,10 @@ void Die(DemoContext &context, int32_t connId)
     context.transcript.Service("Kill(): the service dies during the transfer");
     context.emulator.Kill();
     context.transcript.Expect(HeardDeath(context, before + 1, connId),
-        "the callback hears the death with the transfer's id");
+                              "the callback hears the death with the transfer's id");
     // The recipient drops the library's proxy right after telling the callback; wait for it, so that the next call
     // shows the missing service and not the dead proxy.
-    context.transcript.Expect(context.transcript.WaitForLog("OnRemoteDied# leave", 5s),
-        "the death recipient finishes");
+    context.transcript.Expect(context.transcript.WaitForLog("OnRemoteDied# leave", 5s), "the death recipient finishes");
 }
 } // namespace
 

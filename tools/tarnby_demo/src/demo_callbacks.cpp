@@ -22,32 +22,32 @@ size_t HeardLog::Count()
 }
 
 void DemoCollaborationCallback::OnCollaborationData(int32_t collaborationSessionId, const uint8_t *data,
-    uint32_t dataLen)
+                                                    uint32_t dataLen)
 {
     Hear("OnCollaborationData", 104, collaborationSessionId, data, dataLen);
 }
 
 void DemoCollaborationCallback::OnCollaborationEvent(int32_t collaborationSessionId, const uint8_t *data,
-    uint32_t dataLen)
+                                                     uint32_t dataLen)
 {
     Hear("OnCollaborationEvent", 105, collaborationSessionId, data, dataLen);
 }
 
 void DemoCollaborationCallback::Hear(const char *hook, uint32_t type, int32_t sessionId, const uint8_t *data,
-    uint32_t dataLen)
+                                     uint32_t dataLen)
 {
     // The bytes live only during the call: keep a copy.
     std::string text = data == nullptr ? std::string() : std::string(reinterpret_cast<const char *>(data), dataLen);
     transcript_.CallbackArrived(std::string(hook) + "(session=" + std::to_string(sessionId) + ", " +
-        std::to_string(dataLen) + " bytes " + Transcript::Quote(text) + ")");
-    log_.Add(Heard {type, sessionId, text});
+                                std::to_string(dataLen) + " bytes " + Transcript::Quote(text) + ")");
+    log_.Add(Heard{type, sessionId, text});
 }
 
 int32_t DemoSurfaceCallback::OnEvent(uint32_t code, uint32_t eventId, std::string &data)
 {
-    transcript_.CallbackArrived("OnEvent(code=" + std::to_string(code) + ", eventId=" + std::to_string(eventId) +
-        ", " + Transcript::Quote(data) + ")");
-    log_.Add(Heard {code, static_cast<int32_t>(eventId), data});
+    transcript_.CallbackArrived("OnEvent(code=" + std::to_string(code) + ", eventId=" + std::to_string(eventId) + ", " +
+                                Transcript::Quote(data) + ")");
+    log_.Add(Heard{code, static_cast<int32_t>(eventId), data});
     return 0;
 }
 } // namespace OHOS::TarnbyDemo

@@ -89,7 +89,7 @@ int RunScenarios(const Options &options)
         return EXIT_UNEXPECTED;
     }
     transcript.Service("the Tarnby service is registered under 70633");
-    DemoContext context {transcript, emulator, sptr<DemoSurfaceCallback>::MakeSptr(transcript)};
+    DemoContext context{transcript, emulator, sptr<DemoSurfaceCallback>::MakeSptr(transcript)};
     std::vector<std::pair<std::string, bool>> results;
     for (const Scenario &scenario : SCENARIOS) {
         if (options.scenario == "all" || options.scenario == scenario.name) {

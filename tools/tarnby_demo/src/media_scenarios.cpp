@@ -42,15 +42,15 @@ bool LatestEventIs(DemoContext &context, size_t count, uint32_t code, uint32_t e
 
 // Calls an audio operation on `connId` and checks the status and the state the emulator then keeps.
 bool AudioStep(DemoContext &context, const char *name, int32_t (Tarnby::AudioTransferAbility::*operation)(int32_t),
-    int32_t connId, int32_t expected, TransferState expectedState)
+               int32_t connId, int32_t expected, TransferState expectedState)
 {
     context.transcript.Begin(std::string(name) + "(" + Id(connId) + ")");
     int32_t status = context.transcript.End((Tarnby::AudioTransferAbility::GetInstance().*operation)(connId));
     TransferState state = context.emulator.AudioState(connId);
     context.transcript.Service(std::string("audio connection ") + std::to_string(connId) + " is " +
-        TarnbyEmulator::TransferStateName(state));
+                               TarnbyEmulator::TransferStateName(state));
     return context.transcript.Expect(status == expected && state == expectedState,
-        std::string(name) + " answers " + Transcript::Status(expected));
+                                     std::string(name) + " answers " + Transcript::Status(expected));
 }
 
 int32_t CastOperation(DemoContext &context, int32_t connId)
@@ -68,7 +68,7 @@ bool RunAudio(DemoContext &context)
     const std::string businessText = "businessType=" + std::to_string(SPEAKER_BUSINESS);
 
     out.Begin("InitAudioTransfer(peerNetworkId=" + Transcript::Quote(PEER) + ", devName=" + Transcript::Quote(SPEAKER) +
-        ", " + businessText + ")");
+              ", " + businessText + ")");
     auto [status, connId] = audio.InitAudioTransfer(PEER, SPEAKER, business);
     out.End(status, ", connId " + std::to_string(connId));
     out.Expect(status == TRBY_OK && connId != 0, "the service gives a connection id");
@@ -85,7 +85,8 @@ bool RunAudio(DemoContext &context)
 
     out.Begin("StartAudioTransfer(peerNetworkId, devName, " + businessText + ", " + Id(connId) + ")");
     out.Expect(out.End(audio.StartAudioTransfer(PEER, SPEAKER, business, connId), ": this form sends nothing") ==
-        Tarnby::ERR_TRBY_NOT_SUPPORTED, "the four-argument start is not supported");
+                   Tarnby::ERR_TRBY_NOT_SUPPORTED,
+               "the four-argument start is not supported");
     return out.TakeScenarioResult();
 }
 
@@ -107,10 +108,11 @@ int32_t InitSurface(DemoContext &context, int32_t clientConnId)
     int32_t answer = Surface().InitSurfaceTransfer(clientConnId, device, context.surfaceCallback);
     // A non-zero answer is both the result and the service's id of the new transfer.
     const char *name = Tarnby::TarnbyStatusName(answer);
-    context.transcript.EndWith(" -> " + (name != nullptr || answer == 0 ? Transcript::Status(answer) :
-        std::to_string(answer) + " (the service's connection id)"));
+    context.transcript.EndWith(" -> " + (name != nullptr || answer == 0
+                                             ? Transcript::Status(answer)
+                                             : std::to_string(answer) + " (the service's connection id)"));
     context.transcript.Expect(context.emulator.SurfaceState(answer) == TransferState::INITIALISED,
-        "the answer is the id of a new transfer");
+                              "the answer is the id of a new transfer");
     return answer;
 }
 
@@ -120,7 +122,7 @@ int32_t StartSurface(DemoContext &context, int32_t connId)
     context.transcript.Begin("StartSurfaceTransfer(" + Id(connId) + ", \"screen-0\", \"h264\")");
     int32_t status = context.transcript.End(Surface().StartSurfaceTransfer(connId, "screen-0", "h264"));
     context.transcript.Expect(status == TRBY_OK && LatestEventIs(context, before + 1, 0, EVENT_STARTED),
-        "the transfer starts and the callback hears it");
+                              "the transfer starts and the callback hears it");
     return status;
 }
 
@@ -153,21 +155,21 @@ bool RunSurface(DemoContext &context)
     param->secondValue = 1080;
     param->thirdValue = 60;
     out.Begin("SetScreenParam(" + Id(connId) + ", type=" + std::to_string(SCREEN_RESOLUTION) +
-        ", {1920, 1080, 60, 0, 0})");
-    out.Expect(out.End(Surface().SetScreenParam(connId,
-        static_cast<Tarnby::CastSetScreenParamType>(SCREEN_RESOLUTION), param)) == TRBY_OK,
-        "screen parameters are taken before the start");
+              ", {1920, 1080, 60, 0, 0})");
+    out.Expect(out.End(Surface().SetScreenParam(connId, static_cast<Tarnby::CastSetScreenParamType>(SCREEN_RESOLUTION),
+                                                param)) == TRBY_OK,
+               "screen parameters are taken before the start");
     StartSurface(context, connId);
 
     size_t before = context.surfaceCallback->Log().Count();
     out.Expect(CastOperation(context, connId) == TRBY_OK &&
-        LatestEventIs(context, before + 1, CAST_PAUSE, EVENT_WITH_CODE),
-        "the cast operation is applied and reported with its code");
+                   LatestEventIs(context, before + 1, CAST_PAUSE, EVENT_WITH_CODE),
+               "the cast operation is applied and reported with its code");
 
     std::string display = "landscape";
     out.Begin("SetVirtualDisplayParam(" + Id(connId) + ", value=1, \"landscape\")");
     out.Expect(out.End(Surface().SetVirtualDisplayParam(connId, 1, display)) == TRBY_OK,
-        "the virtual display parameter is taken");
+               "the virtual display parameter is taken");
 
     DeInitSurface(context, connId, EMU_ERR_WRONG_STATE); // a running transfer is stopped first
     StopSurface(context, connId, TRBY_OK);

@@ -67,7 +67,7 @@ bool Transcript::WaitForLog(const std::string &fragment, std::chrono::millisecon
     std::unique_lock<std::mutex> lock(logMutex_);
     return logAdded_.wait_for(lock, timeout, [this, &fragment] {
         return std::any_of(logTexts_.begin(), logTexts_.end(),
-            [&fragment](const std::string &text) { return text.find(fragment) != std::string::npos; });
+                           [&fragment](const std::string &text) { return text.find(fragment) != std::string::npos; });
     });
 }
 

@@ -29,16 +29,16 @@ inline constexpr int32_t TARNBY_SERVICE_ID = 70633;
 // wrong interface token, which the emulator refuses at the IPC level (no reply data), as every service stub does.
 enum EmulatorResult : int32_t {
     EMU_OK = 0,
-    EMU_ERR_WRONG_TOKEN = 290001,       // not a Tarnby service request
-    EMU_ERR_MALFORMED = 290002,         // a field missing, truncated or out of range
-    EMU_ERR_UNKNOWN_OPERATION = 290003, // request code and service code name no operation of the service
-    EMU_ERR_UNKNOWN_SESSION = 290004,   // no collaboration session has this id
+    EMU_ERR_WRONG_TOKEN = 290001,        // not a Tarnby service request
+    EMU_ERR_MALFORMED = 290002,          // a field missing, truncated or out of range
+    EMU_ERR_UNKNOWN_OPERATION = 290003,  // request code and service code name no operation of the service
+    EMU_ERR_UNKNOWN_SESSION = 290004,    // no collaboration session has this id
     EMU_ERR_UNKNOWN_CONNECTION = 290005, // no audio or surface transfer has this connection id
-    EMU_ERR_WRONG_STATE = 290006,       // the transfer is not in a state that allows the operation
-    EMU_ERR_NOT_REGISTERED = 290007,    // no collaboration callback is registered for the target
-    EMU_ERR_BAD_TARGET = 290008,        // the target names no kind of ability the service knows
-    EMU_ERR_STOPPED = 290009,           // the emulator was stopped; its old service object refuses everything
-    EMU_ERR_CALLBACK_FAILED = 290010,   // the client's callback object could not be called
+    EMU_ERR_WRONG_STATE = 290006,        // the transfer is not in a state that allows the operation
+    EMU_ERR_NOT_REGISTERED = 290007,     // no collaboration callback is registered for the target
+    EMU_ERR_BAD_TARGET = 290008,         // the target names no kind of ability the service knows
+    EMU_ERR_STOPPED = 290009,            // the emulator was stopped; its old service object refuses everything
+    EMU_ERR_CALLBACK_FAILED = 290010,    // the client's callback object could not be called
 };
 
 // "EMU_ERR_UNKNOWN_SESSION" for an EmulatorResult, nullptr for any other value.
@@ -49,7 +49,7 @@ enum class TransferState {
     NONE,        // no such connection (never initialised, released, or lost with a service death)
     INITIALISED, // initialised, not started yet
     STARTED,
-    STOPPED,     // stopped; may be started again or released
+    STOPPED, // stopped; may be started again or released
 };
 
 const char *TransferStateName(TransferState state);

@@ -13,7 +13,7 @@ constexpr size_t PARCEL_HEADROOM = 256;
 
 // Writes the callback token, lets `fill` write the fields, and sends; false from `fill` means nothing was sent.
 CallbackResult Call(const sptr<IRemoteObject> &callback, uint32_t code, size_t payloadSize,
-    const std::function<bool(MessageParcel &)> &fill)
+                    const std::function<bool(MessageParcel &)> &fill)
 {
     CallbackResult result;
     if (callback == nullptr) {
@@ -40,12 +40,13 @@ CallbackResult Call(const sptr<IRemoteObject> &callback, uint32_t code, size_t p
 
 CallbackResult CallStartAnswer(const sptr<IRemoteObject> &innerCallback, int32_t result, int32_t sessionId)
 {
-    return Call(innerCallback, SESSION_CALLBACK, 0,
-        [result, sessionId](MessageParcel &data) { return data.WriteInt32(result) && data.WriteInt32(sessionId); });
+    return Call(innerCallback, SESSION_CALLBACK, 0, [result, sessionId](MessageParcel &data) {
+        return data.WriteInt32(result) && data.WriteInt32(sessionId);
+    });
 }
 
 CallbackResult CallSessionMessage(const sptr<IRemoteObject> &callback, SessionMessageType type, int32_t sessionId,
-    const uint8_t *data, uint32_t length)
+                                  const uint8_t *data, uint32_t length)
 {
     return Call(callback, SESSION_CALLBACK, length, [type, sessionId, data, length](MessageParcel &parcel) {
         bool written = parcel.WriteInt32(type) && parcel.WriteInt32(sessionId) && parcel.WriteUint32(length);
@@ -55,11 +56,11 @@ CallbackResult CallSessionMessage(const sptr<IRemoteObject> &callback, SessionMe
 }
 
 CallbackResult CallSurfaceEvent(const sptr<IRemoteObject> &callback, uint32_t eventType, uint32_t code,
-    const std::string &extra)
+                                const std::string &extra)
 {
     return Call(callback, SURFACE_CALLBACK, extra.size(), [eventType, code, &extra](MessageParcel &data) {
-        bool written = data.WriteUint32(SURFACE_TRANSFER) && data.WriteUint32(eventType) &&
-            data.WriteUint32(0) && data.WriteUint32(0) && data.WriteUint32(0);
+        bool written = data.WriteUint32(SURFACE_TRANSFER) && data.WriteUint32(eventType) && data.WriteUint32(0) &&
+                       data.WriteUint32(0) && data.WriteUint32(0);
         if (written && eventType == SURFACE_EVENT_WITH_CODE) {
             written = data.WriteUint32(code);
         }

@@ -38,11 +38,11 @@ struct CallbackResult {
 CallbackResult CallStartAnswer(const sptr<IRemoteObject> &innerCallback, int32_t result, int32_t sessionId);
 // A session message: request code 103, int32 type, int32 session id, uint32 length, the bytes unpadded.
 CallbackResult CallSessionMessage(const sptr<IRemoteObject> &callback, SessionMessageType type, int32_t sessionId,
-    const uint8_t *data, uint32_t length);
+                                  const uint8_t *data, uint32_t length);
 // A surface event: request code 601, the five service-code fields (105, `eventType`, 0, 0, 0), then for
 // SURFACE_EVENT_WITH_CODE a uint32 code, then the string `extra`.
 CallbackResult CallSurfaceEvent(const sptr<IRemoteObject> &callback, uint32_t eventType, uint32_t code,
-    const std::string &extra);
+                                const std::string &extra);
 } // namespace OHOS::TarnbyEmulator
 
 #endif // TARNBY_EMULATOR_CALLBACK_SENDER_H

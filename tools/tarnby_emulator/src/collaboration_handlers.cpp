@@ -83,11 +83,10 @@ EmulatorCore::Reply EmulatorCore::HandleStartBetweenTargets(RequestReader &reade
 }
 
 void EmulatorCore::OpenSession(const std::string &local, const TargetRecord &target, const std::string &extraData,
-    const sptr<IRemoteObject> &innerCallback)
+                               const sptr<IRemoteObject> &innerCallback)
 {
     if (!target.IsKnownType()) {
-        Record("session.start", 0, EMU_ERR_BAD_TARGET, "target type " + std::to_string(target.targetType) +
-            " refused");
+        Record("session.start", 0, EMU_ERR_BAD_TARGET, "target type " + std::to_string(target.targetType) + " refused");
         AnswerLater(innerCallback, EMU_ERR_BAD_TARGET, 0);
         return;
     }
@@ -95,10 +94,10 @@ void EmulatorCore::OpenSession(const std::string &local, const TargetRecord &tar
     {
         std::lock_guard<std::mutex> lock(mutex_);
         sessionId = NewIdLocked();
-        state_.sessions[sessionId] = Session {local, target, extraData};
+        state_.sessions[sessionId] = Session{local, target, extraData};
     }
-    Record("session.start", sessionId, EMU_OK, SessionName(sessionId) + " opened from " + local + " to " +
-        target.Describe(), extraData);
+    Record("session.start", sessionId, EMU_OK,
+           SessionName(sessionId) + " opened from " + local + " to " + target.Describe(), extraData);
     AnswerLater(innerCallback, EMU_OK, sessionId);
 }
 
@@ -118,8 +117,8 @@ void EmulatorCore::AnswerLater(const sptr<IRemoteObject> &innerCallback, int32_t
             }
         }
         CallbackResult sent = CallStartAnswer(innerCallback, result, sessionId);
-        Record("session.answered", sessionId, sent.sendStatus, "answered " + std::to_string(result) + " for " +
-            SessionName(sessionId) + " through the inner callback");
+        Record("session.answered", sessionId, sent.sendStatus,
+               "answered " + std::to_string(result) + " for " + SessionName(sessionId) + " through the inner callback");
     });
 }
 
@@ -141,10 +140,12 @@ EmulatorCore::Reply EmulatorCore::HandleStopCollaboration(RequestReader &reader)
     }
     Record("session.stop", sessionId, EMU_OK, SessionName(sessionId) + " stopped");
     if (callback != nullptr) {
-        CallbackResult sent = CallSessionMessage(callback, SESSION_MESSAGE_EVENT, sessionId,
-            reinterpret_cast<const uint8_t *>(STOPPED_EVENT.data()), STOPPED_EVENT.size());
-        Record("session.event", sessionId, sent.sendStatus, SessionName(sessionId) + ": event \"" + STOPPED_EVENT +
-            "\" sent to the registered callback", STOPPED_EVENT);
+        CallbackResult sent =
+            CallSessionMessage(callback, SESSION_MESSAGE_EVENT, sessionId,
+                               reinterpret_cast<const uint8_t *>(STOPPED_EVENT.data()), STOPPED_EVENT.size());
+        Record("session.event", sessionId, sent.sendStatus,
+               SessionName(sessionId) + ": event \"" + STOPPED_EVENT + "\" sent to the registered callback",
+               STOPPED_EVENT);
     }
     return {EMU_OK};
 }
@@ -180,7 +181,7 @@ sptr<IRemoteObject> EmulatorCore::SessionCallback(int32_t sessionId, int32_t &re
 }
 
 int32_t EmulatorCore::Deliver(int32_t sessionId, SessionMessageType type, const std::vector<uint8_t> &bytes,
-    const char *origin)
+                              const char *origin)
 {
     const char *kind = type == SESSION_MESSAGE_DATA ? "session.data" : "session.event";
     std::string payload(bytes.begin(), bytes.end());
@@ -194,8 +195,10 @@ int32_t EmulatorCore::Deliver(int32_t sessionId, SessionMessageType type, const 
     }
     CallbackResult sent = CallSessionMessage(callback, type, sessionId, bytes.data(), bytes.size());
     result = sent.Delivered() ? EMU_OK : EMU_ERR_CALLBACK_FAILED;
-    Record(kind, sessionId, result, what + (sent.Delivered() ? " delivered to the registered callback" :
-        " could not reach the registered callback"), payload);
+    Record(kind, sessionId, result,
+           what + (sent.Delivered() ? " delivered to the registered callback"
+                                    : " could not reach the registered callback"),
+           payload);
     return result;
 }
 
@@ -207,13 +210,13 @@ EmulatorCore::Reply EmulatorCore::HandleRegister(RequestReader &reader)
         return Malformed();
     }
     if (!target.IsKnownType()) {
-        Record("callback.registered", 0, EMU_ERR_BAD_TARGET, "target type " + std::to_string(target.targetType) +
-            " refused");
+        Record("callback.registered", 0, EMU_ERR_BAD_TARGET,
+               "target type " + std::to_string(target.targetType) + " refused");
         return {EMU_ERR_BAD_TARGET};
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        state_.registrations[target.Key()] = Registration {target, callback};
+        state_.registrations[target.Key()] = Registration{target, callback};
     }
     Record("callback.registered", 0, EMU_OK, "collaboration callback registered for " + target.Describe());
     return {EMU_OK};
@@ -237,8 +240,9 @@ EmulatorCore::Reply EmulatorCore::HandleUnregister(RequestReader &reader)
             state_.registrations.erase(found);
         }
     }
-    Record("callback.unregistered", 0, result, "collaboration callback for " + target.Describe() +
-        (result == EMU_OK ? " unregistered" : " was not registered"));
+    Record("callback.unregistered", 0, result,
+           "collaboration callback for " + target.Describe() +
+               (result == EMU_OK ? " unregistered" : " was not registered"));
     return {result};
 }
 
@@ -256,6 +260,6 @@ int32_t EmulatorCore::PeerSendEvent(int32_t sessionId, const std::string &event)
         return EMU_ERR_MALFORMED;
     }
     return Deliver(sessionId, SESSION_MESSAGE_EVENT, std::vector<uint8_t>(event.begin(), event.end()),
-        "of a peer event");
+                   "of a peer event");
 }
 } // namespace OHOS::TarnbyEmulator

@@ -6,35 +6,49 @@ namespace OHOS::TarnbyEmulator {
 const char *EmulatorResultName(int32_t result)
 {
     switch (result) {
-        case EMU_OK: return "EMU_OK";
-        case EMU_ERR_WRONG_TOKEN: return "EMU_ERR_WRONG_TOKEN";
-        case EMU_ERR_MALFORMED: return "EMU_ERR_MALFORMED";
-        case EMU_ERR_UNKNOWN_OPERATION: return "EMU_ERR_UNKNOWN_OPERATION";
-        case EMU_ERR_UNKNOWN_SESSION: return "EMU_ERR_UNKNOWN_SESSION";
-        case EMU_ERR_UNKNOWN_CONNECTION: return "EMU_ERR_UNKNOWN_CONNECTION";
-        case EMU_ERR_WRONG_STATE: return "EMU_ERR_WRONG_STATE";
-        case EMU_ERR_NOT_REGISTERED: return "EMU_ERR_NOT_REGISTERED";
-        case EMU_ERR_BAD_TARGET: return "EMU_ERR_BAD_TARGET";
-        case EMU_ERR_STOPPED: return "EMU_ERR_STOPPED";
-        case EMU_ERR_CALLBACK_FAILED: return "EMU_ERR_CALLBACK_FAILED";
-        default: return nullptr;
+        case EMU_OK:
+            return "EMU_OK";
+        case EMU_ERR_WRONG_TOKEN:
+            return "EMU_ERR_WRONG_TOKEN";
+        case EMU_ERR_MALFORMED:
+            return "EMU_ERR_MALFORMED";
+        case EMU_ERR_UNKNOWN_OPERATION:
+            return "EMU_ERR_UNKNOWN_OPERATION";
+        case EMU_ERR_UNKNOWN_SESSION:
+            return "EMU_ERR_UNKNOWN_SESSION";
+        case EMU_ERR_UNKNOWN_CONNECTION:
+            return "EMU_ERR_UNKNOWN_CONNECTION";
+        case EMU_ERR_WRONG_STATE:
+            return "EMU_ERR_WRONG_STATE";
+        case EMU_ERR_NOT_REGISTERED:
+            return "EMU_ERR_NOT_REGISTERED";
+        case EMU_ERR_BAD_TARGET:
+            return "EMU_ERR_BAD_TARGET";
+        case EMU_ERR_STOPPED:
+            return "EMU_ERR_STOPPED";
+        case EMU_ERR_CALLBACK_FAILED:
+            return "EMU_ERR_CALLBACK_FAILED";
+        default:
+            return nullptr;
     }
 }
 
 const char *TransferStateName(TransferState state)
 {
     switch (state) {
-        case TransferState::NONE: return "NONE";
-        case TransferState::INITIALISED: return "INITIALISED";
-        case TransferState::STARTED: return "STARTED";
-        case TransferState::STOPPED: return "STOPPED";
+        case TransferState::NONE:
+            return "NONE";
+        case TransferState::INITIALISED:
+            return "INITIALISED";
+        case TransferState::STARTED:
+            return "STARTED";
+        case TransferState::STOPPED:
+            return "STOPPED";
     }
     return "?";
 }
 
-Emulator::Emulator() : core_(std::make_unique<EmulatorCore>())
-{
-}
+Emulator::Emulator() : core_(std::make_unique<EmulatorCore>()) {}
 
 Emulator::~Emulator() = default;
 

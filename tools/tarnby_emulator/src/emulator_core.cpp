@@ -26,15 +26,15 @@ struct ServiceCode {
 bool ReadServiceCode(RequestReader &reader, ServiceCode &code)
 {
     return reader.Uint32(code.serviceType, "serviceType") && reader.Uint32(code.subServiceType, "subServiceType") &&
-        reader.Uint32(code.operateCode, "operateCode") && reader.Uint32(code.subOperateCode, "subOperateCode") &&
-        reader.Uint32(code.command, "command");
+           reader.Uint32(code.operateCode, "operateCode") && reader.Uint32(code.subOperateCode, "subOperateCode") &&
+           reader.Uint32(code.command, "command");
 }
 
 std::string Describe(uint32_t requestCode, const ServiceCode &code)
 {
     return "request " + std::to_string(requestCode) + " (" + std::to_string(code.serviceType) + "/" +
-        std::to_string(code.subServiceType) + "/" + std::to_string(code.operateCode) + "/" +
-        std::to_string(code.subOperateCode) + "/" + std::to_string(code.command) + ")";
+           std::to_string(code.subServiceType) + "/" + std::to_string(code.operateCode) + "/" +
+           std::to_string(code.subOperateCode) + "/" + std::to_string(code.command) + ")";
 }
 } // namespace
 
@@ -71,7 +71,7 @@ EmulatorCore::~EmulatorCore()
 }
 
 const EmulatorCore::Operation *EmulatorCore::FindOperation(uint32_t requestCode, uint32_t serviceType,
-    uint32_t subServiceType)
+                                                           uint32_t subServiceType)
 {
     for (const Operation &operation : OPERATIONS) {
         if (operation.requestCode == requestCode && operation.serviceType == serviceType &&
@@ -87,8 +87,8 @@ int EmulatorCore::HandleRequest(uint32_t code, MessageParcel &data, MessageParce
     // Every stub checks the token before anything else; a foreign request gets no reply data, only the status.
     std::u16string token = data.ReadInterfaceToken();
     if (token != SERVICE_TOKEN) {
-        return Refuse(EMU_ERR_WRONG_TOKEN, "wrong interface token \"" + Str16ToStr8(token) + "\" on request " +
-            std::to_string(code));
+        return Refuse(EMU_ERR_WRONG_TOKEN,
+                      "wrong interface token \"" + Str16ToStr8(token) + "\" on request " + std::to_string(code));
     }
     RequestReader reader(data);
     ServiceCode serviceCode;
@@ -98,7 +98,7 @@ int EmulatorCore::HandleRequest(uint32_t code, MessageParcel &data, MessageParce
         Refuse(EMU_ERR_MALFORMED, "request " + std::to_string(code) + ": " + reader.Problem());
         answer = Malformed();
     } else if (serviceCode.operateCode != 0 || serviceCode.subOperateCode != 0 || serviceCode.command != 0 ||
-        (operation = FindOperation(code, serviceCode.serviceType, serviceCode.subServiceType)) == nullptr) {
+               (operation = FindOperation(code, serviceCode.serviceType, serviceCode.subServiceType)) == nullptr) {
         Refuse(EMU_ERR_UNKNOWN_OPERATION, Describe(code, serviceCode) + " names no operation");
         answer = {EMU_ERR_UNKNOWN_OPERATION};
     } else {
@@ -257,14 +257,14 @@ TransferState EmulatorCore::SurfaceState(int32_t connId) const
 }
 
 void EmulatorCore::Record(const std::string &kind, int32_t id, int32_t result, const std::string &text,
-    const std::string &payload)
+                          const std::string &payload)
 {
     EMU_LOG_AT(LOG_INFO, kind.c_str(), "%{public}s", text.c_str());
     std::lock_guard<std::mutex> lock(eventsMutex_);
     if (events_.size() >= EVENT_LOG_LIMIT) {
         events_.erase(events_.begin());
     }
-    events_.push_back(EmulatorEvent {nextSequence_++, kind, id, result, text, payload});
+    events_.push_back(EmulatorEvent{nextSequence_++, kind, id, result, text, payload});
     eventAdded_.notify_all();
 }
 
@@ -279,12 +279,12 @@ std::vector<EmulatorEvent> EmulatorCore::EventsOfKind(const std::string &kind) c
     std::lock_guard<std::mutex> lock(eventsMutex_);
     std::vector<EmulatorEvent> found;
     std::copy_if(events_.begin(), events_.end(), std::back_inserter(found),
-        [&kind](const EmulatorEvent &event) { return event.kind == kind; });
+                 [&kind](const EmulatorEvent &event) { return event.kind == kind; });
     return found;
 }
 
 bool EmulatorCore::WaitForEvents(const std::string &kind, size_t count, std::chrono::milliseconds timeout,
-    EmulatorEvent *first) const
+                                 EmulatorEvent *first) const
 {
     auto matches = [&kind](const EmulatorEvent &event) { return event.kind == kind; };
     std::unique_lock<std::mutex> lock(eventsMutex_);

@@ -45,7 +45,7 @@ public:
     std::vector<EmulatorEvent> Events() const;
     std::vector<EmulatorEvent> EventsOfKind(const std::string &kind) const;
     bool WaitForEvents(const std::string &kind, size_t count, std::chrono::milliseconds timeout,
-        EmulatorEvent *first) const;
+                       EmulatorEvent *first) const;
 
 private:
     // The int32 values of a reply, in order; the first is the status.
@@ -103,12 +103,11 @@ private:
     Reply HandleUnregister(RequestReader &reader);
     // Opens a session to `target` and answers through `innerCallback` from the emulator's thread.
     void OpenSession(const std::string &local, const TargetRecord &target, const std::string &extraData,
-        const sptr<IRemoteObject> &innerCallback);
+                     const sptr<IRemoteObject> &innerCallback);
     void AnswerLater(const sptr<IRemoteObject> &innerCallback, int32_t result, int32_t sessionId);
     // The callback registered for the session's target, or null; `result` says why there is none.
     sptr<IRemoteObject> SessionCallback(int32_t sessionId, int32_t &result) const;
-    int32_t Deliver(int32_t sessionId, SessionMessageType type, const std::vector<uint8_t> &bytes,
-        const char *origin);
+    int32_t Deliver(int32_t sessionId, SessionMessageType type, const std::vector<uint8_t> &bytes, const char *origin);
 
     // Audio transfer (service type 104).
     Reply HandleAudioInit(RequestReader &reader);
@@ -116,7 +115,7 @@ private:
     Reply HandleAudioStop(RequestReader &reader);
     Reply HandleAudioDeInit(RequestReader &reader);
     Reply MoveAudio(RequestReader &reader, const char *kind, std::initializer_list<TransferState> from,
-        TransferState to);
+                    TransferState to);
     // Releases an audio or surface connection unless it is running.
     template <typename Connection>
     Reply Release(std::map<int32_t, Connection> &connections, const char *kind, const char *name, int32_t connId);
@@ -135,7 +134,7 @@ private:
 
     int32_t NewIdLocked();
     void Record(const std::string &kind, int32_t id, int32_t result, const std::string &text,
-        const std::string &payload = std::string());
+                const std::string &payload = std::string());
     // Takes the current service object out of the emulator (it still serves until detached).
     sptr<ServiceStub> TakeService();
     // Drops all state once no request is being handled any more, and the work still queued for it.

@@ -69,8 +69,9 @@ EmulatorCore::Reply EmulatorCore::HandleAudioInit(RequestReader &reader)
         connId = NewIdLocked();
         state_.audio[connId] = connection;
     }
-    Record("audio.init", connId, EMU_OK, ConnectionName("audio", connId) + " to " + connection.devName + " (" +
-        connection.peerNetworkId + "), business type " + std::to_string(connection.businessType));
+    Record("audio.init", connId, EMU_OK,
+           ConnectionName("audio", connId) + " to " + connection.devName + " (" + connection.peerNetworkId +
+               "), business type " + std::to_string(connection.businessType));
     return {EMU_OK, connId};
 }
 
@@ -85,7 +86,7 @@ EmulatorCore::Reply EmulatorCore::HandleAudioStop(RequestReader &reader)
 }
 
 EmulatorCore::Reply EmulatorCore::MoveAudio(RequestReader &reader, const char *kind,
-    std::initializer_list<TransferState> from, TransferState to)
+                                            std::initializer_list<TransferState> from, TransferState to)
 {
     int32_t connId = 0;
     if (!reader.Int32(connId, "connId")) {
@@ -96,8 +97,8 @@ EmulatorCore::Reply EmulatorCore::MoveAudio(RequestReader &reader, const char *k
         std::lock_guard<std::mutex> lock(mutex_);
         result = MoveIn(state_.audio, connId, from, to);
     }
-    Record(kind, connId, result, ConnectionName("audio", connId) + " to " + TransferStateName(to) + ": " +
-        ResultText(result));
+    Record(kind, connId, result,
+           ConnectionName("audio", connId) + " to " + TransferStateName(to) + ": " + ResultText(result));
     return {result};
 }
 
@@ -113,7 +114,7 @@ EmulatorCore::Reply EmulatorCore::HandleAudioDeInit(RequestReader &reader)
 
 template <typename Connection>
 EmulatorCore::Reply EmulatorCore::Release(std::map<int32_t, Connection> &connections, const char *kind,
-    const char *name, int32_t connId)
+                                          const char *name, int32_t connId)
 {
     Connection released; // may hold a proxy to a client object: dropped after the lock
     int32_t result = EMU_OK;
@@ -138,9 +139,10 @@ EmulatorCore::Reply EmulatorCore::HandleSurfaceInit(RequestReader &reader)
         connId = NewIdLocked();
         state_.surfaces[connId] = connection;
     }
-    Record("surface.init", connId, EMU_OK, ConnectionName("surface", connId) + " for client connection " +
-        std::to_string(connection.clientConnId) + " to " + connection.device.firstText + " (" +
-        std::to_string(connection.device.data.size()) + " bytes of device data)");
+    Record("surface.init", connId, EMU_OK,
+           ConnectionName("surface", connId) + " for client connection " + std::to_string(connection.clientConnId) +
+               " to " + connection.device.firstText + " (" + std::to_string(connection.device.data.size()) +
+               " bytes of device data)");
     // The reply is the new connection id: it is both the result and the id the client's death notice will carry.
     return {connId};
 }
@@ -176,8 +178,8 @@ EmulatorCore::Reply EmulatorCore::HandleSurfaceStart(RequestReader &reader)
         return Malformed();
     }
     int32_t result = MoveSurface(connId, STARTABLE, TransferState::STARTED);
-    Record("surface.start", connId, result, ConnectionName("surface", connId) + " start (" + first + ", " + second +
-        "): " + ResultText(result));
+    Record("surface.start", connId, result,
+           ConnectionName("surface", connId) + " start (" + first + ", " + second + "): " + ResultText(result));
     if (result == EMU_OK) {
         SendSurfaceEvent(connId, SURFACE_EVENT_STARTED, 0, SurfaceExtra(connId, "\"state\":\"started\""));
     }
@@ -207,11 +209,11 @@ EmulatorCore::Reply EmulatorCore::HandleCastOperation(RequestReader &reader)
     }
     // Steering needs a running cast.
     int32_t result = MoveSurface(connId, STARTED, TransferState::STARTED);
-    Record("surface.cast", connId, result, ConnectionName("surface", connId) + " cast operation " +
-        std::to_string(type) + ": " + ResultText(result));
+    Record("surface.cast", connId, result,
+           ConnectionName("surface", connId) + " cast operation " + std::to_string(type) + ": " + ResultText(result));
     if (result == EMU_OK) {
         SendSurfaceEvent(connId, SURFACE_EVENT_WITH_CODE, static_cast<uint32_t>(type),
-            SurfaceExtra(connId, "\"operation\":" + std::to_string(type)));
+                         SurfaceExtra(connId, "\"operation\":" + std::to_string(type)));
     }
     return {result};
 }
@@ -231,8 +233,9 @@ EmulatorCore::Reply EmulatorCore::HandleScreenParam(RequestReader &reader)
     for (uint32_t value : values) {
         shown += (shown.empty() ? "" : ",") + std::to_string(value);
     }
-    Record("surface.screen", connId, result, ConnectionName("surface", connId) + " screen parameter " +
-        std::to_string(type) + " = [" + shown + "]: " + ResultText(result));
+    Record("surface.screen", connId, result,
+           ConnectionName("surface", connId) + " screen parameter " + std::to_string(type) + " = [" + shown +
+               "]: " + ResultText(result));
     return {result};
 }
 
@@ -245,8 +248,9 @@ EmulatorCore::Reply EmulatorCore::HandleVirtualDisplayParam(RequestReader &reade
         return Malformed();
     }
     int32_t result = KnownSurface(connId);
-    Record("surface.display", connId, result, ConnectionName("surface", connId) + " virtual display " +
-        std::to_string(value) + " \"" + text + "\": " + ResultText(result));
+    Record("surface.display", connId, result,
+           ConnectionName("surface", connId) + " virtual display " + std::to_string(value) + " \"" + text +
+               "\": " + ResultText(result));
     return {result};
 }
 
@@ -267,8 +271,10 @@ int32_t EmulatorCore::SendSurfaceEvent(int32_t connId, uint32_t eventType, uint3
     // Outside the state lock: the client's hook may call the emulator back.
     CallbackResult sent = CallSurfaceEvent(callback, eventType, code, extra);
     int32_t result = !sent.Delivered() ? EMU_ERR_CALLBACK_FAILED : sent.answer;
-    Record("surface.event", connId, result, ConnectionName("surface", connId) + ": event " +
-        std::to_string(eventType) + " code " + std::to_string(code) + " answered " + std::to_string(result), extra);
+    Record("surface.event", connId, result,
+           ConnectionName("surface", connId) + ": event " + std::to_string(eventType) + " code " +
+               std::to_string(code) + " answered " + std::to_string(result),
+           extra);
     return result;
 }
 } // namespace OHOS::TarnbyEmulator

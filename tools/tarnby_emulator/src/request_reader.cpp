@@ -98,15 +98,15 @@ bool RequestReader::Target(TargetRecord &target, const char *field)
         return false;
     }
     return String(target.networkId, field) && Uint32(target.targetType, field) && String(target.bundleName, field) &&
-        String(target.abilityName, field) && Int32(target.systemAbilityId, field);
+           String(target.abilityName, field) && Int32(target.systemAbilityId, field);
 }
 
 bool RequestReader::RemoteDevice(RemoteDeviceRecord &device, const char *field)
 {
     uint32_t dataLen = 0;
     return String(device.firstText, field) && String(device.secondText, field) && String(device.thirdText, field) &&
-        String(device.fourthText, field) && Int32(device.value, field) && Uint32(dataLen, field) &&
-        Bytes(dataLen, device.data, field);
+           String(device.fourthText, field) && Int32(device.value, field) && Uint32(dataLen, field) &&
+           Bytes(dataLen, device.data, field);
 }
 
 bool RequestReader::HasMore() const

@@ -14,9 +14,7 @@ namespace {
 thread_local std::vector<const ServiceStub *> g_servingStubs;
 } // namespace
 
-ServiceStub::ServiceStub(RequestSink *sink) : IPCObjectStub(SERVICE_TOKEN), sink_(sink)
-{
-}
+ServiceStub::ServiceStub(RequestSink *sink) : IPCObjectStub(SERVICE_TOKEN), sink_(sink) {}
 
 bool ServiceStub::Enter()
 {
