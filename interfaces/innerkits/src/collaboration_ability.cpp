@@ -78,6 +78,32 @@ std::pair<int32_t, int32_t> FinishStartRequest(TarnbyRequest &request, const std
     return SendReqSync(callback, request.Data(), request.Reply(), request.Option());
 }
 
+// The start requests that name a local end: its type, its own fields (written and logged by `writeLocalEnd`), the
+// target, then the shared end of every start request.
+template <typename WriteLocalEnd>
+std::pair<int32_t, int32_t> StartFromLocalEnd(LocalTargetType localType, const WriteLocalEnd &writeLocalEnd,
+                                              const sptr<TargetInfo> &target, const std::string &extraData,
+                                              const char *caller = __builtin_FUNCTION())
+{
+    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, START_COLLABORATION, LOG_LABEL);
+    if (!request.WriteHeader()) {
+        return START_INVALID_PARAM;
+    }
+    MessageParcel &data = request.Data();
+    if (!data.WriteInt32(localType)) {
+        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "LocalTargetType write failed");
+        return START_WRITE_FAILED;
+    }
+    if (!writeLocalEnd(data, caller)) {
+        return START_WRITE_FAILED;
+    }
+    if (!WriteTarget(data, target)) {
+        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "targetInfo write failed");
+        return START_WRITE_FAILED;
+    }
+    return FinishStartRequest(request, extraData, caller);
+}
+
 // Sends a request that the service answers in its reply, and returns that answer; a non-zero answer is logged with
 // `failure` (when given) in the caller's name.
 int32_t SendForResult(TarnbyRequest &request, const char *failure, const char *caller = __builtin_FUNCTION())
@@ -154,24 +180,14 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(int32_t loc
         HILOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, START_COLLABORATION, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return START_INVALID_PARAM;
-    }
-    MessageParcel &data = request.Data();
-    if (!data.WriteInt32(LOCAL_SYSTEM_ABILITY)) {
-        HILOGE("LocalTargetType write failed");
-        return START_WRITE_FAILED;
-    }
-    if (!data.WriteInt32(localId)) {
-        HILOGE("localId write failed");
-        return START_WRITE_FAILED;
-    }
-    if (!WriteTarget(data, target)) {
-        HILOGE("targetInfo write failed");
-        return START_WRITE_FAILED;
-    }
-    return FinishStartRequest(request, extraData);
+    auto writeLocalId = [localId](MessageParcel &data, const char *caller) {
+        if (!data.WriteInt32(localId)) {
+            TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "localId write failed");
+            return false;
+        }
+        return true;
+    };
+    return StartFromLocalEnd(LOCAL_SYSTEM_ABILITY, writeLocalId, target, extraData);
 }
 
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(const std::string &bundleName,
@@ -184,24 +200,14 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(const std::
         HILOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, START_COLLABORATION, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return START_INVALID_PARAM;
-    }
-    MessageParcel &data = request.Data();
-    if (!data.WriteInt32(LOCAL_ABILITY)) {
-        HILOGE("LocalTargetType write failed");
-        return START_WRITE_FAILED;
-    }
-    if (!data.WriteString(bundleName) || !data.WriteString(abilityName)) {
-        HILOGE("abilityInfo write failed");
-        return START_WRITE_FAILED;
-    }
-    if (!WriteTarget(data, target)) {
-        HILOGE("targetInfo write failed");
-        return START_WRITE_FAILED;
-    }
-    return FinishStartRequest(request, extraData);
+    auto writeAbility = [&bundleName, &abilityName](MessageParcel &data, const char *caller) {
+        if (!data.WriteString(bundleName) || !data.WriteString(abilityName)) {
+            TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "abilityInfo write failed");
+            return false;
+        }
+        return true;
+    };
+    return StartFromLocalEnd(LOCAL_ABILITY, writeAbility, target, extraData);
 }
 
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<TargetInfo> srcTarget,
