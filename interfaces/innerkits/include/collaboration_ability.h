@@ -45,8 +45,9 @@ private:
 };
 
 // Sends `data` to the service (request code 101) and blocks the calling thread until `callback` receives the answer
-// or 20 seconds pass. Returns the answer (result, session id), or (1012, 0) without a service, (461374453, 0) when the
-// send fails, (461635601, 0) on time-out. The reply parcel is left for the caller.
+// or 20 seconds pass. Returns the answer (result, session id), or (1001, 0) for a null callback (nothing is sent),
+// (1012, 0) without a service, (461374453, 0) when the send fails, (461635601, 0) on time-out. The reply parcel is
+// left for the caller.
 TARNBY_EXPORT std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callback, MessageParcel &data,
                                                       MessageParcel &reply, MessageOption &option);
 

@@ -145,6 +145,11 @@ void CollabAbilityInnerCallback::OnStartCollaboration(int32_t result, int32_t id
 std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callback, MessageParcel &data,
                                         MessageParcel &reply, MessageOption &option)
 {
+    // Without the inner callback the answer has nowhere to arrive: send nothing rather than wait on nothing.
+    if (callback == nullptr) {
+        HILOGE("callback is nullptr");
+        return {ERR_TRBY_INVALID_PARAM, 0};
+    }
     sptr<ITarnbyService> proxy = AcquireServiceProxy(LOG_LABEL);
     if (proxy == nullptr) {
         return {ERR_TRBY_SERVICE_DEAD, 0};

@@ -107,6 +107,21 @@ TEST_F(StartAnswerTest, FailedSendReturnsAtOnceWithoutWaiting)
     EXPECT_EQ(service_->RequestCount(), 3u);
 }
 
+TEST_F(StartAnswerTest, SyncSendWithoutAnInnerCallbackIsRefusedBeforeSending)
+{
+    ScriptStarts(AnswerTiming::BEFORE_REPLY, {0, 5});
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option(MessageOption::TF_SYNC, 8);
+    data.WriteInterfaceToken(SERVICE_TOKEN);
+
+    // Nothing could carry the answer back, so the request must not reach the service at all.
+    EXPECT_EQ(Tarnby::SendReqSync(nullptr, data, reply, option), Answer(1001, 0));
+    EXPECT_EQ(service_->RequestCount(), 0u);
+    EXPECT_EQ(CountLogs(WAITING_LINE), 0u);
+    EXPECT_TRUE(Logged("callback is nullptr", LOG_ERROR));
+}
+
 int32_t LocalIdOf(int caller)
 {
     return 4000 + caller;
