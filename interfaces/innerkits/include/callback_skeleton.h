@@ -103,8 +103,9 @@ public:
 
 protected:
     // Reads the interface token and compares it with the callback descriptor; a mismatch is logged (under the
-    // callback tag, in the caller's name) and the caller answers 1010.
-    static bool ReadCallbackToken(MessageParcel &data, const char *caller = __builtin_FUNCTION());
+    // callback tag, at the caller's site) and the caller answers 1010.
+    static bool ReadCallbackToken(MessageParcel &data, const char *caller = __builtin_FUNCTION(),
+                                  const char *file = __builtin_FILE(), int line = __builtin_LINE());
 };
 } // namespace OHOS::Tarnby
 

@@ -137,14 +137,15 @@ CallbackSkeleton::~CallbackSkeleton()
     HILOGI("destroy callback = %{public}s", Str16ToStr8(GetDescriptor()).c_str());
 }
 
-bool CallbackSkeleton::ReadCallbackToken(MessageParcel &data, const char *caller)
+bool CallbackSkeleton::ReadCallbackToken(MessageParcel &data, const char *caller, const char *file, int line)
 {
     std::u16string token = data.ReadInterfaceToken();
     if (token == GetDescriptor()) {
         return true;
     }
-    TRBY_LOG_FN(LABEL_CALLBACK, LOG_ERROR, caller, "receive wrong interface token = %{public}s, expect %{public}s",
-                Str16ToStr8(token).c_str(), Str16ToStr8(GetDescriptor()).c_str());
+    TRBY_LOG_AT(LABEL_CALLBACK, LOG_ERROR, file, line, caller,
+                "receive wrong interface token = %{public}s, expect %{public}s", Str16ToStr8(token).c_str(),
+                Str16ToStr8(GetDescriptor()).c_str());
     return false;
 }
 

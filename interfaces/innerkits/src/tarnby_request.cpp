@@ -7,20 +7,21 @@ namespace {
 constexpr uint32_t UNUSED_CODE_FIELD = 0; // operateCode, subOperateCode and command: always 0 from this library
 } // namespace
 
-sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *caller)
+sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *caller, const char *file, int line)
 {
     sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
     if (proxy == nullptr) {
-        TRBY_LOG_FN(label, LOG_ERROR, caller, "Tarnby dead");
+        TRBY_LOG_AT(label, LOG_ERROR, file, line, caller, "Tarnby dead");
     }
     return proxy;
 }
 
 int32_t SendThroughProxy(const sptr<ITarnbyService> &proxy, SendOperation operation, MessageParcel &data,
-                         MessageParcel &reply, MessageOption &option, const LogLabel &label, const char *caller)
+                         MessageParcel &reply, MessageOption &option, const LogLabel &label, const char *caller,
+                         const char *file, int line)
 {
     if (((*proxy).*operation)(data, reply, option) != TRBY_OK) {
-        TRBY_LOG_FN(label, LOG_ERROR, caller, "send request to Tarnby failed");
+        TRBY_LOG_AT(label, LOG_ERROR, file, line, caller, "send request to Tarnby failed");
         return ERR_TRBY_SEND_FAILED;
     }
     return TRBY_OK;
@@ -38,18 +39,18 @@ bool TarnbyRequest::WriteHeader()
                                                       UNUSED_CODE_FIELD, UNUSED_CODE_FIELD) == TRBY_OK;
 }
 
-bool TarnbyRequest::AcquireProxy(const char *caller)
+bool TarnbyRequest::AcquireProxy(const char *caller, const char *file, int line)
 {
-    proxy_ = AcquireServiceProxy(label_, caller);
+    proxy_ = AcquireServiceProxy(label_, caller, file, line);
     return proxy_ != nullptr;
 }
 
-int32_t TarnbyRequest::Send(SendOperation operation, const char *caller)
+int32_t TarnbyRequest::Send(SendOperation operation, const char *caller, const char *file, int line)
 {
-    if (proxy_ == nullptr && !AcquireProxy(caller)) {
+    if (proxy_ == nullptr && !AcquireProxy(caller, file, line)) {
         return ERR_TRBY_SERVICE_DEAD;
     }
-    return SendThroughProxy(proxy_, operation, data_, reply_, option_, label_, caller);
+    return SendThroughProxy(proxy_, operation, data_, reply_, option_, label_, caller, file, line);
 }
 
 int32_t TarnbyRequest::ReadResult()

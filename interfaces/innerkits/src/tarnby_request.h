@@ -14,14 +14,16 @@ namespace OHOS::Tarnby {
 // One of the proxy's send operations, e.g. &ITarnbyService::CollaborationToDeviceEvent.
 using SendOperation = int32_t (ITarnbyService::*)(MessageParcel &data, MessageParcel &reply, MessageOption &option);
 
-// The shared proxy, or empty after "Tarnby dead" (logged under `label` in the caller's name).
-sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *caller = __builtin_FUNCTION());
+// The shared proxy, or empty after "Tarnby dead" (logged under `label` at the caller's site).
+sptr<ITarnbyService> AcquireServiceProxy(const LogLabel &label, const char *caller = __builtin_FUNCTION(),
+                                         const char *file = __builtin_FILE(), int line = __builtin_LINE());
 
 // Sends through `operation` of `proxy`: 0, or 0x1B8003F5 after "send request to Tarnby failed" (the platform's and
 // the proxy's own codes are logged where they arise).
 int32_t SendThroughProxy(const sptr<ITarnbyService> &proxy, SendOperation operation, MessageParcel &data,
                          MessageParcel &reply, MessageOption &option, const LogLabel &label,
-                         const char *caller = __builtin_FUNCTION());
+                         const char *caller = __builtin_FUNCTION(), const char *file = __builtin_FILE(),
+                         int line = __builtin_LINE());
 
 class TarnbyRequest {
 public:
@@ -47,10 +49,12 @@ public:
     }
 
     // Looks the service proxy up; false after "Tarnby dead" when there is none (the front answers 1012).
-    bool AcquireProxy(const char *caller = __builtin_FUNCTION());
+    bool AcquireProxy(const char *caller = __builtin_FUNCTION(), const char *file = __builtin_FILE(),
+                      int line = __builtin_LINE());
     // Sends through `operation` of the proxy (looking it up first unless AcquireProxy() did): 0, 1012 after
     // "Tarnby dead", or 0x1B8003F5 after "send request to Tarnby failed".
-    int32_t Send(SendOperation operation, const char *caller = __builtin_FUNCTION());
+    int32_t Send(SendOperation operation, const char *caller = __builtin_FUNCTION(),
+                 const char *file = __builtin_FILE(), int line = __builtin_LINE());
     // The int32 at the head of the reply (0 when the reply is empty, as the platform reads missing data).
     int32_t ReadResult();
 

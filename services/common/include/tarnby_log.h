@@ -33,11 +33,14 @@ constexpr const char *LogFileName(const char *path)
 } // namespace OHOS::Tarnby
 
 // Every line is prefixed with "[file:line]function# ". A source unit defines `LOG_LABEL` (a LogLabel) in its own
-// anonymous namespace and logs with HILOGI/HILOGE; the *_AS forms write one line under another unit's label, and
-// TRBY_LOG_FN names the function explicitly (for a helper that logs on behalf of its caller).
-#define TRBY_LOG_FN(label, level, func, fmt, ...)                                                                      \
+// anonymous namespace and logs with HILOGI/HILOGE; the *_AS forms write one line under another unit's label.
+// TRBY_LOG_FN names the function explicitly, and TRBY_LOG_AT the whole site, for a helper that logs on behalf of its
+// caller (the helper takes __builtin_FUNCTION(), __builtin_FILE() and __builtin_LINE() as default arguments).
+#define TRBY_LOG_AT(label, level, file, line, func, fmt, ...)                                                          \
     ((void)HiLogPrint(LOG_CORE, (level), (label).domain, (label).tag, "[%{public}s:%{public}d]%{public}s# " fmt,       \
-                      ::OHOS::Tarnby::LogFileName(__FILE__), __LINE__, (func), ##__VA_ARGS__))
+                      ::OHOS::Tarnby::LogFileName(file), (line), (func), ##__VA_ARGS__))
+#define TRBY_LOG_FN(label, level, func, fmt, ...)                                                                      \
+    TRBY_LOG_AT(label, level, __FILE__, __LINE__, func, fmt, ##__VA_ARGS__)
 #define TRBY_LOG_AS(label, level, fmt, ...) TRBY_LOG_FN(label, level, __FUNCTION__, fmt, ##__VA_ARGS__)
 
 #define HILOGI_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_INFO, fmt, ##__VA_ARGS__)
