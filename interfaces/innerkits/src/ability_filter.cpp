@@ -1,9 +1,11 @@
 #include "ability_filter.h"
 
+#include <algorithm>
 #include <new>
 #include <unordered_map>
 #include <utility>
 
+#include "nested_record.h"
 #include "tarnby_log.h"
 
 namespace OHOS::Tarnby {
@@ -42,30 +44,10 @@ int32_t IsNull(const sptr<T> &record)
     return record == nullptr ? 1 : 0;
 }
 
+// A linear scan, first hit wins; an empty list contains nothing.
 bool Contains(const std::vector<uint32_t> &values, uint32_t value)
 {
-    for (uint32_t candidate : values) {
-        if (candidate == value) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// A nested record that the picker's wire requires: a null one fails the write, whatever the platform does for null.
-bool WriteRequired(Parcel &parcel, const sptr<Parcelable> &record)
-{
-    return record != nullptr && parcel.WriteStrongParcelable(record);
-}
-
-// Reads a presence flag and, when it is set, the record behind it.
-template <typename T>
-sptr<T> ReadOptional(Parcel &parcel)
-{
-    if (parcel.ReadInt32() == 0) {
-        return nullptr;
-    }
-    return T::Unmarshalling(parcel);
+    return std::find(values.begin(), values.end(), value) != values.end();
 }
 } // namespace
 
@@ -579,8 +561,8 @@ sptr<LocalInfo> PickerResult::GetLocalDeviceInfo() const
 
 bool PickerResult::Marshalling(Parcel &parcel) const
 {
-    bool written = parcel.WriteUint32(accessType_) && WriteRequired(parcel, abilityFilter_) &&
-                   WriteRequired(parcel, deviceInfo_) && WriteRequired(parcel, localInfo_);
+    bool written = parcel.WriteUint32(accessType_) && WriteRequiredRecord(parcel, abilityFilter_) &&
+                   WriteRequiredRecord(parcel, deviceInfo_) && WriteRequiredRecord(parcel, localInfo_);
     if (!written) {
         HILOGE("write PickerResult failed: abilityFilter_ = %{public}d, deviceInfo_= %{public}d localInfo_= "
                "%{public}d",
@@ -597,9 +579,9 @@ sptr<PickerResult> PickerResult::Unmarshalling(Parcel &parcel)
         return nullptr;
     }
     uint32_t accessType = parcel.ReadUint32();
-    sptr<AbilityFilter> abilityFilter = ReadOptional<AbilityFilter>(parcel);
-    sptr<DeviceInfo> deviceInfo = ReadOptional<DeviceInfo>(parcel);
-    sptr<LocalInfo> localInfo = ReadOptional<LocalInfo>(parcel);
+    sptr<AbilityFilter> abilityFilter = parcel.ReadStrongParcelable<AbilityFilter>();
+    sptr<DeviceInfo> deviceInfo = parcel.ReadStrongParcelable<DeviceInfo>();
+    sptr<LocalInfo> localInfo = parcel.ReadStrongParcelable<LocalInfo>();
     if (abilityFilter == nullptr || deviceInfo == nullptr || localInfo == nullptr) {
         HILOGE("read abilityFilter_ %{public}d, deviceInfo %{public}d, localInfo %{public}d", IsNull(abilityFilter),
                IsNull(deviceInfo), IsNull(localInfo));

@@ -337,7 +337,7 @@ int32_t CallbackSkeleton::ParseNotifyStateCallback(MessageParcel &data, std::vec
         return ERR_TRBY_INVALID_PARAM;
     }
     for (size_t i = 0; i < count; ++i) {
-        sptr<ServiceStateInfo> info = (data.ReadInt32() != 0) ? ServiceStateInfo::Unmarshalling(data) : nullptr;
+        sptr<ServiceStateInfo> info = data.ReadStrongParcelable<ServiceStateInfo>();
         if (info == nullptr) {
             HILOGE_AS(LABEL_DEVICE_DETECT, "ReadStrongParcelable nullptr");
             continue;

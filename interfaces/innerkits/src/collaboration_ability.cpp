@@ -1,5 +1,6 @@
 #include "collaboration_ability.h"
 
+#include "nested_record.h"
 #include "tarnby_errors.h"
 #include "tarnby_log.h"
 #include "tarnby_request.h"
@@ -41,12 +42,6 @@ constexpr size_t StringWireSize(size_t length)
 constexpr size_t BufferWireSize(size_t length)
 {
     return PARCEL_WORD + PaddedSize(length);
-}
-
-// Writes a target record; the platform writes a null one as "absent" and calls it success, so null is refused here.
-bool WriteTarget(MessageParcel &data, const sptr<TargetInfo> &target)
-{
-    return target != nullptr && data.WriteStrongParcelable(target);
 }
 
 // A fresh inner callback written as a remote object; null when either step fails.
@@ -97,7 +92,7 @@ std::pair<int32_t, int32_t> StartFromLocalEnd(LocalTargetType localType, const W
     if (!writeLocalEnd(data, caller)) {
         return START_WRITE_FAILED;
     }
-    if (!WriteTarget(data, target)) {
+    if (!WriteRequiredRecord(data, target)) {
         TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "targetInfo write failed");
         return START_WRITE_FAILED;
     }
@@ -229,7 +224,7 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<Target
         return START_INVALID_PARAM;
     }
     MessageParcel &parcel = request.Data();
-    if (!WriteTarget(parcel, srcTarget) || !WriteTarget(parcel, dstTarget)) {
+    if (!WriteRequiredRecord(parcel, srcTarget) || !WriteRequiredRecord(parcel, dstTarget)) {
         HILOGE("targetInfo write failed");
         return START_WRITE_FAILED;
     }
@@ -258,7 +253,7 @@ int32_t CollaborationAbility::RegisterCollaborationCallback(sptr<TargetInfo> tar
     if (!request.WriteHeader()) {
         return ERR_TRBY_INVALID_PARAM;
     }
-    if (!WriteTarget(request.Data(), target)) {
+    if (!WriteRequiredRecord(request.Data(), target)) {
         HILOGE("targetInfo write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
@@ -275,7 +270,7 @@ int32_t CollaborationAbility::UnRegisterCollaborationCallback(sptr<TargetInfo> t
     if (!request.WriteHeader()) {
         return ERR_TRBY_INVALID_PARAM;
     }
-    if (!WriteTarget(request.Data(), target)) {
+    if (!WriteRequiredRecord(request.Data(), target)) {
         HILOGE("localInfo write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ability_filter.h"
+#include "nested_record.h"
 #include "tarnby_log.h"
 
 namespace OHOS::Tarnby {
@@ -192,8 +193,8 @@ void StartInfo::SetExtraData(std::string &extraData)
 bool StartInfo::Marshalling(Parcel &parcel) const
 {
     // The service needs the source end: a null one fails the write, whatever the platform does for null.
-    bool written = parcel.WriteInt32(collaborationSessionId_) && srcTarget_ != nullptr &&
-                   parcel.WriteStrongParcelable(srcTarget_) && parcel.WriteString(extraData_);
+    bool written = parcel.WriteInt32(collaborationSessionId_) && WriteRequiredRecord(parcel, srcTarget_) &&
+                   parcel.WriteString(extraData_);
     if (!written) {
         HILOGE("failed marshall collaborationSessionId=%{public}d", collaborationSessionId_);
         return false;
@@ -205,10 +206,7 @@ bool StartInfo::Marshalling(Parcel &parcel) const
 StartInfo *StartInfo::Unmarshalling(Parcel &parcel)
 {
     int32_t collaborationSessionId = parcel.ReadInt32();
-    sptr<TargetInfo> srcTarget;
-    if (parcel.ReadInt32() != 0) {
-        srcTarget = TargetInfo::Unmarshalling(parcel);
-    }
+    sptr<TargetInfo> srcTarget = parcel.ReadStrongParcelable<TargetInfo>();
     std::string extraData = parcel.ReadString();
     auto *info = new (std::nothrow) StartInfo(collaborationSessionId, srcTarget, extraData);
     if (info == nullptr) {

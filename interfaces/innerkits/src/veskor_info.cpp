@@ -3,35 +3,17 @@
 #include <new>
 #include <utility>
 
+#include "nested_record.h"
 #include "tarnby_log.h"
 
 namespace OHOS::Tarnby {
 namespace {
 constexpr LogLabel LOG_LABEL = LABEL_VESKOR;
 
-// Null entries travel as an absent object (flag 0) whatever the platform's writer reports for null, so that a
-// write that does not fit is still seen.
-bool WriteOptional(Parcel &parcel, const sptr<Parcelable> &record)
-{
-    if (record == nullptr) {
-        return parcel.WriteInt32(0);
-    }
-    return parcel.WriteStrongParcelable(record);
-}
-
-template <typename T>
-sptr<T> ReadOptional(Parcel &parcel)
-{
-    if (parcel.ReadInt32() == 0) {
-        return nullptr;
-    }
-    return T::Unmarshalling(parcel);
-}
-
 bool WriteHardwareList(Parcel &parcel, const std::vector<sptr<HardwareRequest>> &list)
 {
     for (const auto &entry : list) {
-        if (!WriteOptional(parcel, entry)) {
+        if (!WriteOptionalRecord(parcel, entry)) {
             return false;
         }
     }
@@ -44,7 +26,7 @@ std::vector<sptr<HardwareRequest>> ReadHardwareList(Parcel &parcel, uint32_t cou
     std::vector<sptr<HardwareRequest>> list;
     list.reserve(count);
     for (uint32_t i = 0; i < count; ++i) {
-        list.push_back(ReadOptional<HardwareRequest>(parcel));
+        list.push_back(parcel.ReadStrongParcelable<HardwareRequest>());
     }
     return list;
 }
@@ -402,7 +384,7 @@ bool ResourceRequest::Marshalling(Parcel &parcel) const
         HILOGE("LocalHardware request list write parcelable failed.");
         return false;
     }
-    if (!WriteOptional(parcel, communicationRequest_)) {
+    if (!WriteOptionalRecord(parcel, communicationRequest_)) {
         HILOGE_AS(LABEL_CLIENT, "write ResourceRequest failed: communicationRequest = %{public}d",
                   communicationRequest_ == nullptr ? 1 : 0);
         return false;
@@ -426,7 +408,7 @@ sptr<ResourceRequest> ResourceRequest::Unmarshalling(Parcel &parcel)
         return nullptr;
     }
     std::vector<sptr<HardwareRequest>> localHardwareList = ReadHardwareList(parcel, localCount);
-    sptr<CommunicationRequest> communicationRequest = ReadOptional<CommunicationRequest>(parcel);
+    sptr<CommunicationRequest> communicationRequest = parcel.ReadStrongParcelable<CommunicationRequest>();
     uint32_t serviceConnectType = parcel.ReadUint32();
     sptr<ResourceRequest> request = new (std::nothrow) ResourceRequest();
     if (request == nullptr) {
