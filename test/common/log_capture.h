@@ -55,6 +55,16 @@ public:
         }
         return false;
     }
+    // How many records have exactly `message` after the prefix.
+    size_t Count(const std::string &message) const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        size_t count = 0;
+        for (const auto &record : records_) {
+            count += Message(record) == message ? 1 : 0;
+        }
+        return count;
+    }
     // True if any record's full text contains `fragment`.
     bool Contains(const std::string &fragment) const
     {

@@ -165,7 +165,7 @@ protected:
     bool WaitForWaiters(size_t count)
     {
         for (int round = 0; round < 30000; ++round) {
-            if (CountLogs(WAITING_LINE) >= count) {
+            if (logs_.Count(WAITING_LINE) >= count) {
                 return true;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -234,14 +234,6 @@ protected:
         EXPECT_EQ(envelope.command, 0u);
     }
 
-    size_t CountLogs(const std::string &message) const
-    {
-        size_t count = 0;
-        for (const auto &record : logs_.Records()) {
-            count += LogCapture::Message(record) == message ? 1 : 0;
-        }
-        return count;
-    }
     // Whether `message` was logged at `level` under `tag` (and that tag's domain).
     bool Logged(const std::string &message, LogLevel level, const std::string &tag = "TRBYCollaboration") const
     {

@@ -91,9 +91,9 @@ TEST_F(SessionRequestTest, ServiceResultsArePassedThroughUnchanged)
         EXPECT_EQ(Ability().SendCollaborationData(3, bytes, 4), result);
         EXPECT_EQ(Ability().StopCollaboration(3), result);
     }
-    EXPECT_EQ(CountLogs("RegisterCollaborationCallback failed"), 4u);
-    EXPECT_EQ(CountLogs("UnRegisterCollaborationCallback failed"), 4u);
-    EXPECT_EQ(CountLogs("send collaboration data failed"), 4u);
+    EXPECT_EQ(logs_.Count("RegisterCollaborationCallback failed"), 4u);
+    EXPECT_EQ(logs_.Count("UnRegisterCollaborationCallback failed"), 4u);
+    EXPECT_EQ(logs_.Count("send collaboration data failed"), 4u);
     EXPECT_TRUE(Logged("RegisterCollaborationCallback failed", LOG_ERROR));
     EXPECT_TRUE(Logged("UnRegisterCollaborationCallback failed", LOG_ERROR));
     EXPECT_TRUE(Logged("send collaboration data failed", LOG_ERROR));
@@ -126,7 +126,7 @@ TEST_F(SessionRequestTest, SendRefusesMissingEmptyAndOversizedData)
 
     EXPECT_EQ(Ability().SendCollaborationData(1, nullptr, 4), 1001);
     EXPECT_EQ(Ability().SendCollaborationData(1, "abcd", 0), 1001);
-    EXPECT_EQ(CountLogs("data is null"), 2u);
+    EXPECT_EQ(logs_.Count("data is null"), 2u);
     EXPECT_EQ(Ability().SendCollaborationData(1, oversized.data(), oversized.size()), 461635592);
     EXPECT_TRUE(Logged("dataLen[4190209] too large", LOG_ERROR));
     EXPECT_EQ(service_->RequestCount(), 0u);
@@ -140,7 +140,7 @@ TEST_F(SessionRequestTest, WithoutServiceEveryOperationReturns1012)
     EXPECT_EQ(Ability().UnRegisterCollaborationCallback(PeerAbility()), 1012);
     EXPECT_EQ(Ability().SendCollaborationData(1, "abcd", 4), 1012);
     EXPECT_EQ(Ability().StopCollaboration(1), 1012);
-    EXPECT_EQ(CountLogs("Tarnby dead"), 4u);
+    EXPECT_EQ(logs_.Count("Tarnby dead"), 4u);
     EXPECT_TRUE(Logged("Tarnby dead", LOG_ERROR));
 }
 
@@ -152,7 +152,7 @@ TEST_F(SessionRequestTest, FailedSendReturns461374453)
     EXPECT_EQ(Ability().UnRegisterCollaborationCallback(PeerAbility()), 461374453);
     EXPECT_EQ(Ability().SendCollaborationData(1, "abcd", 4), 461374453);
     EXPECT_EQ(Ability().StopCollaboration(1), 461374453);
-    EXPECT_EQ(CountLogs("send request to Tarnby failed"), 4u);
+    EXPECT_EQ(logs_.Count("send request to Tarnby failed"), 4u);
     EXPECT_EQ(service_->RequestCount(), 4u);
 }
 

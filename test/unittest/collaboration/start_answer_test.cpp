@@ -75,7 +75,7 @@ TEST_F(StartAnswerTest, RefusedAnswersLeaveTheCallerWaitingForTheRealOne)
     EXPECT_EQ(AnswerResults(), std::vector<int>({1001, 1010, 0}));
     EXPECT_TRUE(Logged("collaboration ability inner callback code is 104", LOG_ERROR));
     EXPECT_TRUE(Logged(WRONG_TOKEN_LINE, LOG_ERROR, "TRBYCallback"));
-    EXPECT_EQ(CountLogs("OnStartCollaboration result = 0, id = 9"), 1u);
+    EXPECT_EQ(logs_.Count("OnStartCollaboration result = 0, id = 9"), 1u);
     EXPECT_FALSE(logs_.Find("OnStartCollaboration result = 1, id = 2"));
     EXPECT_FALSE(logs_.Find("OnStartCollaboration result = 3, id = 4"));
 }
@@ -89,8 +89,8 @@ TEST_F(StartAnswerTest, WithoutServiceEveryStartReturns1012)
     EXPECT_EQ(Ability().StartCollaboration(1, PeerAbility()), NO_SERVICE);
     EXPECT_EQ(Ability().StartCollaboration("b", "a", PeerAbility(), "x"), NO_SERVICE);
     EXPECT_EQ(Ability().StartCollaboration(PeerAbility(), PeerAbility(), bytes, 3), NO_SERVICE);
-    EXPECT_EQ(CountLogs("Tarnby dead"), 4u);
-    EXPECT_EQ(CountLogs(WAITING_LINE), 0u);
+    EXPECT_EQ(logs_.Count("Tarnby dead"), 4u);
+    EXPECT_EQ(logs_.Count(WAITING_LINE), 0u);
     EXPECT_EQ(service_->RequestCount(), 0u);
 }
 
@@ -102,8 +102,8 @@ TEST_F(StartAnswerTest, FailedSendReturnsAtOnceWithoutWaiting)
     EXPECT_EQ(Ability().StartCollaboration(1, PeerAbility(), "x"), SEND_FAILED);
     EXPECT_EQ(Ability().StartCollaboration("b", "a", PeerAbility(), "x"), SEND_FAILED);
     EXPECT_EQ(Ability().StartCollaboration(PeerAbility(), PeerAbility(), bytes, 3), SEND_FAILED);
-    EXPECT_EQ(CountLogs("send request to Tarnby failed"), 3u);
-    EXPECT_EQ(CountLogs(WAITING_LINE), 0u);
+    EXPECT_EQ(logs_.Count("send request to Tarnby failed"), 3u);
+    EXPECT_EQ(logs_.Count(WAITING_LINE), 0u);
     EXPECT_EQ(service_->RequestCount(), 3u);
 }
 
@@ -118,7 +118,7 @@ TEST_F(StartAnswerTest, SyncSendWithoutAnInnerCallbackIsRefusedBeforeSending)
     // Nothing could carry the answer back, so the request must not reach the service at all.
     EXPECT_EQ(Tarnby::SendReqSync(nullptr, data, reply, option), Answer(1001, 0));
     EXPECT_EQ(service_->RequestCount(), 0u);
-    EXPECT_EQ(CountLogs(WAITING_LINE), 0u);
+    EXPECT_EQ(logs_.Count(WAITING_LINE), 0u);
     EXPECT_TRUE(Logged("callback is nullptr", LOG_ERROR));
 }
 

@@ -72,7 +72,7 @@ TEST_F(StartRequestTest, MissingTargetsAreRefusedBeforeSending)
     EXPECT_EQ(Ability().StartCollaboration(nullptr, PeerAbility(), "x", 1), INVALID);
     EXPECT_EQ(Ability().StartCollaboration(PeerAbility(), nullptr, "x", 1), INVALID);
     EXPECT_EQ(service_->RequestCount(), 0u);
-    EXPECT_EQ(CountLogs("targetInfo is null"), 5u);
+    EXPECT_EQ(logs_.Count("targetInfo is null"), 5u);
 }
 
 TEST_F(StartRequestTest, ExtraDataOutsideTheAcceptedSizesIsLeftOut)

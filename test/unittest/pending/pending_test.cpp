@@ -25,20 +25,11 @@ constexpr uint32_t ENDLESS = 3600; // never runs out within a test: only an answ
 constexpr unsigned int PENDING_DOMAIN = 0xD004615;
 const std::string ENDLESS_ENTER = "enter, time:3600";
 
-size_t CountMessages(const LogCapture &logs, const std::string &message)
-{
-    size_t count = 0;
-    for (const auto &record : logs.Records()) {
-        count += LogCapture::Message(record) == message ? 1 : 0;
-    }
-    return count;
-}
-
 // Lets the waiters announce themselves before the answer is given, so the answer finds them waiting.
 bool WaitForMessages(const LogCapture &logs, const std::string &message, size_t count)
 {
     for (int round = 0; round < 30000; ++round) {
-        if (CountMessages(logs, message) >= count) {
+        if (logs.Count(message) >= count) {
             return true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

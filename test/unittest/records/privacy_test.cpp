@@ -159,7 +159,7 @@ TEST(RecordAllocationTest, TargetsAndConnectRecordsReportTheFailedAllocation)
     ExpectErrorLine(capture, "new ServiceStateInfo failed, linkType= 13", VESKOR_TAG);
     ExpectErrorLine(capture, "New communicationRequest failed", VESKOR_TAG);
     // The resource request reuses the hardware request's line: the two failures log the same text.
-    EXPECT_EQ(CountMessage(capture, "New hardwareRequest failed"), 2u);
+    EXPECT_EQ(capture.Count("New hardwareRequest failed"), 2u);
 }
 } // namespace
 } // namespace OHOS::TarnbyTest

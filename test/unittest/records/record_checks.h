@@ -14,15 +14,6 @@ inline const std::string CLIENT_TAG = "TRBYClient";
 inline const std::string COLLABORATION_TAG = "TRBYCollaboration";
 inline const std::string VESKOR_TAG = "VeskorManager";
 
-inline size_t CountMessage(const LogCapture &capture, const std::string &message)
-{
-    size_t count = 0;
-    for (const auto &record : capture.Records()) {
-        count += LogCapture::Message(record) == message ? 1 : 0;
-    }
-    return count;
-}
-
 // The line was logged once, at error level, under `tag`.
 inline void ExpectErrorLine(const LogCapture &capture, const std::string &message, const std::string &tag)
 {
@@ -30,7 +21,7 @@ inline void ExpectErrorLine(const LogCapture &capture, const std::string &messag
     ASSERT_TRUE(capture.Find(message, &line)) << "missing: " << message;
     EXPECT_EQ(line.level, LOG_ERROR) << message;
     EXPECT_EQ(line.tag, tag) << message;
-    EXPECT_EQ(CountMessage(capture, message), 1u) << message;
+    EXPECT_EQ(capture.Count(message), 1u) << message;
 }
 
 // Whatever the point at which the parcel's room runs out inside the record, Marshalling fails with its one line.
