@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "hilog/host_log.h"
+#include "host_log.h"
 
 namespace OHOS::TarnbyTest {
 class LogCapture {

@@ -8,7 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "hilog/host_log.h"
+#include "host_log.h"
 #include "hilog/log.h"
 
 namespace {

@@ -57,15 +57,15 @@ AbilityFilter::AbilityFilter(std::string bundleName, std::string abilityType, st
     abilityType_(std::move(abilityType)), abilityDescription_(std::move(abilityDescription)), deviceType_(deviceType),
     accountType_(accountType)
 {
-    HILOGI("bundleName = %{public}s, abilityType = %{public}s, description = %{public}s,deviceType = %{public}u, "
-           "accountType = %{public}u",
-           bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
+    TRBY_LOGI("bundleName = %{public}s, abilityType = %{public}s, description = %{public}s,deviceType = %{public}u, "
+              "accountType = %{public}u",
+              bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
 }
 
 AbilityFilter::~AbilityFilter()
 {
-    HILOGI("destory=%{public}s, description=%{public}s, deviceType=%{public}u, accountType=%{public}u",
-           abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
+    TRBY_LOGI("destory=%{public}s, description=%{public}s, deviceType=%{public}u, accountType=%{public}u",
+              abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
 }
 
 void AbilityFilter::SetBundleName(std::string bundleName)
@@ -134,9 +134,9 @@ bool AbilityFilter::Marshalling(Parcel &parcel) const
                    parcel.WriteString(abilityDescription_) && parcel.WriteUint32(deviceType_) &&
                    parcel.WriteUint32(accountType_) && parcel.WriteString(action_);
     if (!written) {
-        HILOGE("failed: bundleName: %{public}s, abilityType: %{public}s, abilityDescription: %{public}s,"
-               "deviceType:%{public}u, , accountType:%{public}u",
-               bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
+        TRBY_LOGE("failed: bundleName: %{public}s, abilityType: %{public}s, abilityDescription: %{public}s,"
+                  "deviceType:%{public}u, , accountType:%{public}u",
+                  bundleName_.c_str(), abilityType_.c_str(), abilityDescription_.c_str(), deviceType_, accountType_);
     }
     return written;
 }
@@ -152,9 +152,9 @@ sptr<AbilityFilter> AbilityFilter::Unmarshalling(Parcel &parcel)
     sptr<AbilityFilter> filter =
         new (std::nothrow) AbilityFilter(bundleName, abilityType, abilityDescription, deviceType, accountType);
     if (filter == nullptr) {
-        HILOGE("new AbilityFilter failed, bundleName = %{public}s, abilityType:%{public}s, "
-               "abilityDescription:%{public}s,deviceType:%{public}u, accountType:%{public}u",
-               bundleName.c_str(), abilityType.c_str(), abilityDescription.c_str(), deviceType, accountType);
+        TRBY_LOGE("new AbilityFilter failed, bundleName = %{public}s, abilityType:%{public}s, "
+                  "abilityDescription:%{public}s,deviceType:%{public}u, accountType:%{public}u",
+                  bundleName.c_str(), abilityType.c_str(), abilityDescription.c_str(), deviceType, accountType);
         return nullptr;
     }
     filter->SetAction(std::move(action));
@@ -180,8 +180,8 @@ bool DeviceFilter::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteUInt32Vector(deviceTypes_) && parcel.WriteUInt32Vector(accountTypes_);
     if (!written) {
-        HILOGE("write failed, dt:%{public}lu at:%{public}lu", static_cast<unsigned long>(deviceTypes_.size()),
-               static_cast<unsigned long>(accountTypes_.size()));
+        TRBY_LOGE("write failed, dt:%{public}lu at:%{public}lu", static_cast<unsigned long>(deviceTypes_.size()),
+                  static_cast<unsigned long>(accountTypes_.size()));
     }
     return written;
 }
@@ -190,12 +190,12 @@ sptr<DeviceFilter> DeviceFilter::Unmarshalling(Parcel &parcel)
 {
     std::vector<uint32_t> deviceTypes;
     if (!parcel.ReadUInt32Vector(&deviceTypes)) {
-        HILOGE("read vector failed");
+        TRBY_LOGE("read vector failed");
         return nullptr;
     }
     std::vector<uint32_t> accountTypes;
     if (!parcel.ReadUInt32Vector(&accountTypes)) {
-        HILOGE("read vector failed");
+        TRBY_LOGE("read vector failed");
         return nullptr;
     }
     return new (std::nothrow) DeviceFilter(deviceTypes, accountTypes);
@@ -230,11 +230,11 @@ bool ServiceFilter::IsMatch(std::shared_ptr<std::vector<std::string>> remoteServ
                             uint32_t remoteDeviceType) const
 {
     if (!IsMatchServiceName(std::move(remoteServiceNames))) {
-        HILOGI("filtered by service name");
+        TRBY_LOGI("filtered by service name");
         return false;
     }
     if (!IsMatchDeviceType(remoteDeviceType)) {
-        HILOGI("filtered by device type");
+        TRBY_LOGI("filtered by device type");
         return false;
     }
     return true;
@@ -242,15 +242,15 @@ bool ServiceFilter::IsMatch(std::shared_ptr<std::vector<std::string>> remoteServ
 
 bool ServiceFilter::IsMatchServiceName(std::shared_ptr<std::vector<std::string>> remoteServiceNames) const
 {
-    HILOGI("filter serviceName: %{public}s", serviceName_.c_str());
+    TRBY_LOGI("filter serviceName: %{public}s", serviceName_.c_str());
     if (serviceName_.empty()) {
         return true;
     }
     if (remoteServiceNames == nullptr) {
-        HILOGI("GetRemoteServiceNames nullptr");
+        TRBY_LOGI("GetRemoteServiceNames nullptr");
         return false;
     }
-    HILOGI("get remote serviceNames size:%{public}zu", remoteServiceNames->size());
+    TRBY_LOGI("get remote serviceNames size:%{public}zu", remoteServiceNames->size());
     for (const std::string &name : *remoteServiceNames) {
         if (name == serviceName_) {
             return true;
@@ -261,8 +261,8 @@ bool ServiceFilter::IsMatchServiceName(std::shared_ptr<std::vector<std::string>>
 
 bool ServiceFilter::IsMatchDeviceType(uint32_t remoteDeviceType) const
 {
-    HILOGI("filter deviceTypes size: %{public}zu, get remote device type:%{public}u", deviceTypes_.size(),
-           remoteDeviceType);
+    TRBY_LOGI("filter deviceTypes size: %{public}zu, get remote device type:%{public}u", deviceTypes_.size(),
+              remoteDeviceType);
     if (deviceTypes_.empty()) {
         return true;
     }
@@ -297,7 +297,7 @@ bool ServiceFilter::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteString(serviceName_) && parcel.WriteStringVector(deviceTypes_);
     if (!written) {
-        HILOGE("write ServiceFilter failed: serviceName_ = %{public}s", serviceName_.c_str());
+        TRBY_LOGE("write ServiceFilter failed: serviceName_ = %{public}s", serviceName_.c_str());
     }
     return written;
 }
@@ -310,7 +310,7 @@ sptr<ServiceFilter> ServiceFilter::Unmarshalling(Parcel &parcel)
     (void)parcel.ReadStringVector(&deviceTypes);
     sptr<ServiceFilter> filter = new (std::nothrow) ServiceFilter(std::move(serviceName), std::move(deviceTypes));
     if (filter == nullptr) {
-        HILOGE("new ServiceFilter failed");
+        TRBY_LOGE("new ServiceFilter failed");
     }
     return filter;
 }
@@ -319,14 +319,14 @@ DeviceInfo::DeviceInfo(std::string udid, std::string networkId, std::string devi
     udid_(std::move(udid)), networkId_(std::move(networkId)), deviceName_(std::move(deviceName)),
     deviceType_(deviceType)
 {
-    HILOGI("create:device = %{public}s, deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
-           deviceType_);
+    TRBY_LOGI("create:device = %{public}s, deviceType = %{public}u",
+              PickerResult::StringToAnonymous(networkId_).c_str(), deviceType_);
 }
 
 DeviceInfo::~DeviceInfo()
 {
-    HILOGI("destory:device = %{public}s deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
-           deviceType_);
+    TRBY_LOGI("destory:device = %{public}s deviceType = %{public}u",
+              PickerResult::StringToAnonymous(networkId_).c_str(), deviceType_);
 }
 
 void DeviceInfo::SetDeviceUdid(std::string udid)
@@ -376,12 +376,12 @@ bool DeviceInfo::Marshalling(Parcel &parcel) const
     std::string udid = PickerResult::StringToAnonymous(udid_);
     std::string networkId = PickerResult::StringToAnonymous(networkId_);
     if (!written) {
-        HILOGE("failed:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", udid.c_str(), networkId.c_str(),
-               deviceType_);
+        TRBY_LOGE("failed:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", udid.c_str(),
+                  networkId.c_str(), deviceType_);
         return false;
     }
-    HILOGI("success:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", udid.c_str(), networkId.c_str(),
-           deviceType_);
+    TRBY_LOGI("success:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", udid.c_str(), networkId.c_str(),
+              deviceType_);
     return true;
 }
 
@@ -393,9 +393,9 @@ sptr<DeviceInfo> DeviceInfo::Unmarshalling(Parcel &parcel)
     uint32_t deviceType = parcel.ReadUint32();
     sptr<DeviceInfo> info = new (std::nothrow) DeviceInfo(udid, networkId, std::move(deviceName), deviceType);
     if (info == nullptr) {
-        HILOGE("new DeviceInfo failed, udid:%{public}s, networkId:%{public}s,deviceType:%{public}u",
-               PickerResult::StringToAnonymous(udid).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
-               deviceType);
+        TRBY_LOGE("new DeviceInfo failed, udid:%{public}s, networkId:%{public}s,deviceType:%{public}u",
+                  PickerResult::StringToAnonymous(udid).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
+                  deviceType);
     }
     return info;
 }
@@ -406,18 +406,18 @@ LocalInfo::LocalInfo(std::string localAbilityName, std::string localBundleName, 
     localBundleName_(std::move(localBundleName)), localDeviceId_(std::move(localDeviceId)),
     localModuleName_(std::move(localModuleName)), localDeviceType_(localDeviceType)
 {
-    HILOGI("localAbilityName=%{public}s, localBundleName=%{public}s,localDeviceId=%{public}s, "
-           "localModuleName=%{public}s, localDeviceType=%{public}u",
-           PickerResult::StringToAnonymous(localAbilityName_).c_str(), localBundleName_.c_str(),
-           PickerResult::StringToAnonymous(localDeviceId_).c_str(), localModuleName_.c_str(), localDeviceType_);
+    TRBY_LOGI("localAbilityName=%{public}s, localBundleName=%{public}s,localDeviceId=%{public}s, "
+              "localModuleName=%{public}s, localDeviceType=%{public}u",
+              PickerResult::StringToAnonymous(localAbilityName_).c_str(), localBundleName_.c_str(),
+              PickerResult::StringToAnonymous(localDeviceId_).c_str(), localModuleName_.c_str(), localDeviceType_);
 }
 
 LocalInfo::~LocalInfo()
 {
-    HILOGI("destory:localAbilityName = %{public}s, localBundleName = %{public}s, localDeviceId = %{public}s, "
-           "localModuleName=%{public}s, localDeviceType = %{public}u",
-           localAbilityName_.c_str(), localBundleName_.c_str(), PickerResult::StringToAnonymous(localDeviceId_).c_str(),
-           localModuleName_.c_str(), localDeviceType_);
+    TRBY_LOGI("destory:localAbilityName = %{public}s, localBundleName = %{public}s, localDeviceId = %{public}s, "
+              "localModuleName=%{public}s, localDeviceType = %{public}u",
+              localAbilityName_.c_str(), localBundleName_.c_str(),
+              PickerResult::StringToAnonymous(localDeviceId_).c_str(), localModuleName_.c_str(), localDeviceType_);
 }
 
 void LocalInfo::SetLocalAbilityName(std::string localAbilityName)
@@ -477,16 +477,16 @@ bool LocalInfo::Marshalling(Parcel &parcel) const
                    parcel.WriteUint32(localDeviceType_);
     std::string deviceId = PickerResult::StringToAnonymous(localDeviceId_);
     if (!written) {
-        HILOGE("failed:localAbilityName_:%{public}s, localBundleName_:%{public}s, localDeviceId_:%{public}s, "
-               "localModuleName_:%{public}s, localDeviceType_:%{public}u",
-               localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
-               localDeviceType_);
+        TRBY_LOGE("failed:localAbilityName_:%{public}s, localBundleName_:%{public}s, localDeviceId_:%{public}s, "
+                  "localModuleName_:%{public}s, localDeviceType_:%{public}u",
+                  localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
+                  localDeviceType_);
         return false;
     }
-    HILOGI("localAbilityName_:%{public}s, localBundleName_:%{public}s, localDeviceId_:%{public}s, "
-           "localModuleName_:%{public}s, localDeviceType_:%{public}u",
-           localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
-           localDeviceType_);
+    TRBY_LOGI("localAbilityName_:%{public}s, localBundleName_:%{public}s, localDeviceId_:%{public}s, "
+              "localModuleName_:%{public}s, localDeviceType_:%{public}u",
+              localAbilityName_.c_str(), localBundleName_.c_str(), deviceId.c_str(), localModuleName_.c_str(),
+              localDeviceType_);
     return true;
 }
 
@@ -499,24 +499,24 @@ sptr<LocalInfo> LocalInfo::Unmarshalling(Parcel &parcel)
     uint32_t deviceType = parcel.ReadUint32();
     sptr<LocalInfo> info = new (std::nothrow) LocalInfo(abilityName, bundleName, deviceId, moduleName, deviceType);
     if (info == nullptr) {
-        HILOGE("new LocalInfo failed, localAbilityName:%{public}s, localBundleName:%{public}s, "
-               "localDeviceId:%{public}s, localModuleNam:%{public}s, localDeviceType:%{public}u",
-               abilityName.c_str(), bundleName.c_str(), PickerResult::StringToAnonymous(deviceId).c_str(),
-               moduleName.c_str(), deviceType);
+        TRBY_LOGE("new LocalInfo failed, localAbilityName:%{public}s, localBundleName:%{public}s, "
+                  "localDeviceId:%{public}s, localModuleNam:%{public}s, localDeviceType:%{public}u",
+                  abilityName.c_str(), bundleName.c_str(), PickerResult::StringToAnonymous(deviceId).c_str(),
+                  moduleName.c_str(), deviceType);
     }
     return info;
 }
 
 PickerResult::PickerResult()
 {
-    HILOGI("create: abilityFilter_ = %{public}d, deviceInfo_= %{public}d ", IsNull(abilityFilter_),
-           IsNull(deviceInfo_));
+    TRBY_LOGI("create: abilityFilter_ = %{public}d, deviceInfo_= %{public}d ", IsNull(abilityFilter_),
+              IsNull(deviceInfo_));
 }
 
 PickerResult::~PickerResult()
 {
-    HILOGI("destory: abilityFilter_ = %{public}d, deviceInfo_= %{public}d ", IsNull(abilityFilter_),
-           IsNull(deviceInfo_));
+    TRBY_LOGI("destory: abilityFilter_ = %{public}d, deviceInfo_= %{public}d ", IsNull(abilityFilter_),
+              IsNull(deviceInfo_));
 }
 
 void PickerResult::SetAccessType(AccessType accessType)
@@ -564,9 +564,9 @@ bool PickerResult::Marshalling(Parcel &parcel) const
     bool written = parcel.WriteUint32(accessType_) && WriteRequiredRecord(parcel, abilityFilter_) &&
                    WriteRequiredRecord(parcel, deviceInfo_) && WriteRequiredRecord(parcel, localInfo_);
     if (!written) {
-        HILOGE("write PickerResult failed: abilityFilter_ = %{public}d, deviceInfo_= %{public}d localInfo_= "
-               "%{public}d",
-               IsNull(abilityFilter_), IsNull(deviceInfo_), IsNull(localInfo_));
+        TRBY_LOGE("write PickerResult failed: abilityFilter_ = %{public}d, deviceInfo_= %{public}d localInfo_= "
+                  "%{public}d",
+                  IsNull(abilityFilter_), IsNull(deviceInfo_), IsNull(localInfo_));
     }
     return written;
 }
@@ -575,7 +575,7 @@ sptr<PickerResult> PickerResult::Unmarshalling(Parcel &parcel)
 {
     sptr<PickerResult> result = new (std::nothrow) PickerResult();
     if (result == nullptr) {
-        HILOGE("new PickerResult failed");
+        TRBY_LOGE("new PickerResult failed");
         return nullptr;
     }
     uint32_t accessType = parcel.ReadUint32();
@@ -583,12 +583,12 @@ sptr<PickerResult> PickerResult::Unmarshalling(Parcel &parcel)
     sptr<DeviceInfo> deviceInfo = parcel.ReadStrongParcelable<DeviceInfo>();
     sptr<LocalInfo> localInfo = parcel.ReadStrongParcelable<LocalInfo>();
     if (abilityFilter == nullptr || deviceInfo == nullptr || localInfo == nullptr) {
-        HILOGE("read abilityFilter_ %{public}d, deviceInfo %{public}d, localInfo %{public}d", IsNull(abilityFilter),
-               IsNull(deviceInfo), IsNull(localInfo));
+        TRBY_LOGE("read abilityFilter_ %{public}d, deviceInfo %{public}d, localInfo %{public}d", IsNull(abilityFilter),
+                  IsNull(deviceInfo), IsNull(localInfo));
         return nullptr;
     }
     if (accessType > ACCESS_TYPE_2) {
-        HILOGE("read accesstype failed");
+        TRBY_LOGE("read accesstype failed");
         return nullptr;
     }
     result->accessType_ = static_cast<AccessType>(accessType);
@@ -615,14 +615,14 @@ DeviceServiceInfo::DeviceServiceInfo(std::string deviceName, uint32_t deviceType
     serviceRuleList_(std::move(serviceRuleList)), networkId_(std::move(networkId)), brMac_(std::move(brMac)),
     extraInfo_(std::move(extraInfo))
 {
-    HILOGI("create:device = %{public}s, deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
-           deviceType_);
+    TRBY_LOGI("create:device = %{public}s, deviceType = %{public}u",
+              PickerResult::StringToAnonymous(networkId_).c_str(), deviceType_);
 }
 
 DeviceServiceInfo::~DeviceServiceInfo()
 {
-    HILOGI("destory:device = %{public}s, deviceType = %{public}u", PickerResult::StringToAnonymous(networkId_).c_str(),
-           deviceType_);
+    TRBY_LOGI("destory:device = %{public}s, deviceType = %{public}u",
+              PickerResult::StringToAnonymous(networkId_).c_str(), deviceType_);
 }
 
 void DeviceServiceInfo::SetDeviceName(std::string deviceName)
@@ -714,12 +714,12 @@ bool DeviceServiceInfo::Marshalling(Parcel &parcel) const
     std::string deviceId = PickerResult::StringToAnonymous(deviceId_);
     std::string networkId = PickerResult::StringToAnonymous(networkId_);
     if (!written) {
-        HILOGE("failed:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", deviceId.c_str(),
-               networkId.c_str(), deviceType_);
+        TRBY_LOGE("failed:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", deviceId.c_str(),
+                  networkId.c_str(), deviceType_);
         return false;
     }
-    HILOGI("success:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", deviceId.c_str(),
-           networkId.c_str(), deviceType_);
+    TRBY_LOGI("success:udid_:%{public}s, networkId_:%{public}s, deviceType:%{public}u", deviceId.c_str(),
+              networkId.c_str(), deviceType_);
     return true;
 }
 
@@ -737,9 +737,9 @@ sptr<DeviceServiceInfo> DeviceServiceInfo::Unmarshalling(Parcel &parcel)
     sptr<DeviceServiceInfo> info = new (std::nothrow)
         DeviceServiceInfo(deviceName, deviceType, deviceHashId, deviceId, serviceRuleList, networkId, brMac, extraInfo);
     if (info == nullptr) {
-        HILOGE("new DeviceServiceInfo failed, udid:%{public}s, networkId:%{public}s,deviceType:%{public}u",
-               PickerResult::StringToAnonymous(deviceId).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
-               deviceType);
+        TRBY_LOGE("new DeviceServiceInfo failed, udid:%{public}s, networkId:%{public}s,deviceType:%{public}u",
+                  PickerResult::StringToAnonymous(deviceId).c_str(), PickerResult::StringToAnonymous(networkId).c_str(),
+                  deviceType);
     }
     return info;
 }

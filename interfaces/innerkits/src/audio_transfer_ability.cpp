@@ -69,8 +69,8 @@ std::pair<int32_t, int32_t> AudioTransferAbility::InitAudioTransfer(const std::s
                                                                     const std::string &devName,
                                                                     BusinessType businessType)
 {
-    HILOGI("enter, peerNetworkId=%{public}s devName=%{public}s", PickerResult::StringToAnonymous(peerNetworkId).c_str(),
-           PickerResult::StringToAnonymous(devName).c_str());
+    TRBY_LOGI("enter, peerNetworkId=%{public}s devName=%{public}s",
+              PickerResult::StringToAnonymous(peerNetworkId).c_str(), PickerResult::StringToAnonymous(devName).c_str());
     if (peerNetworkId.empty() || devName.empty()) {
         return Failure(ERR_TRBY_INVALID_PARAM);
     }
@@ -83,15 +83,15 @@ std::pair<int32_t, int32_t> AudioTransferAbility::InitAudioTransfer(const std::s
     }
     MessageParcel &data = request.Data();
     if (!data.WriteString(peerNetworkId)) {
-        HILOGE("peerNetworkId write failed");
+        TRBY_LOGE("peerNetworkId write failed");
         return Failure(ERR_TRBY_WRITE_PARCEL);
     }
     if (!data.WriteString(devName)) {
-        HILOGE("devName write failed");
+        TRBY_LOGE("devName write failed");
         return Failure(ERR_TRBY_WRITE_PARCEL);
     }
     if (!data.WriteInt32(businessType)) {
-        HILOGE("businessType write failed");
+        TRBY_LOGE("businessType write failed");
         return Failure(ERR_TRBY_WRITE_PARCEL);
     }
     int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent);
@@ -99,7 +99,7 @@ std::pair<int32_t, int32_t> AudioTransferAbility::InitAudioTransfer(const std::s
         // Here the two halves differ (send code, then 1007); callers compare against this very pair.
         return {sent, ERR_TRBY_WRITE_PARCEL};
     }
-    HILOGI("leave");
+    TRBY_LOGI("leave");
     int32_t status = request.ReadResult();
     int32_t connId = request.ReadResult();
     return {status, connId};
@@ -123,9 +123,9 @@ int32_t AudioTransferAbility::StopAudioTransfer(int32_t connId)
 int32_t AudioTransferAbility::StartAudioTransfer(const std::string &peerNetworkId, const std::string &devName,
                                                  BusinessType businessType, int32_t connId)
 {
-    HILOGI("enter, peerNetworkId=%{public}s devName=%{public}s businessType=%{public}d connId=%{public}d",
-           PickerResult::StringToAnonymous(peerNetworkId).c_str(), PickerResult::StringToAnonymous(devName).c_str(),
-           businessType, connId);
+    TRBY_LOGI("enter, peerNetworkId=%{public}s devName=%{public}s businessType=%{public}d connId=%{public}d",
+              PickerResult::StringToAnonymous(peerNetworkId).c_str(), PickerResult::StringToAnonymous(devName).c_str(),
+              businessType, connId);
     return ERR_TRBY_NOT_SUPPORTED;
 }
 } // namespace OHOS::Tarnby

@@ -129,12 +129,12 @@ bool NotifyState(CallbackSkeleton &callback, MessageParcel &data, int32_t &resul
 
 CallbackSkeleton::CallbackSkeleton()
 {
-    HILOGI("create callback = %{public}s", Str16ToStr8(GetDescriptor()).c_str());
+    TRBY_LOGI("create callback = %{public}s", Str16ToStr8(GetDescriptor()).c_str());
 }
 
 CallbackSkeleton::~CallbackSkeleton()
 {
-    HILOGI("destroy callback = %{public}s", Str16ToStr8(GetDescriptor()).c_str());
+    TRBY_LOGI("destroy callback = %{public}s", Str16ToStr8(GetDescriptor()).c_str());
 }
 
 bool CallbackSkeleton::ReadCallbackToken(MessageParcel &data, const char *caller, const char *file, int line)
@@ -171,7 +171,7 @@ int32_t CallbackSkeleton::OnRemoteRequest(uint32_t code, MessageParcel &data, Me
         case SURFACE_TRANSFER:
             return SurfaceTransferCallback(data, reply, option);
         default:
-            HILOGE("revice unknown code, code is %{public}d", code);
+            TRBY_LOGE("revice unknown code, code is %{public}d", code);
             return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
     }
 }
@@ -206,7 +206,7 @@ int32_t CallbackSkeleton::CollaborationToDeviceCallback(MessageParcel &data, Mes
                                                         MessageOption &option)
 {
     // The second label says "pid" although it shows the uid; the line is kept as it has always been written.
-    HILOGI("pid = %{public}d , pid = %{public}d", IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid());
+    TRBY_LOGI("pid = %{public}d , pid = %{public}d", IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid());
     ServiceCode code = ReadServiceCode(data, __FUNCTION__);
     switch (code.serviceType) {
         case TYPE_DATA_CHANNEL:
@@ -252,27 +252,27 @@ void CallbackSkeleton::ProcessCollaborationAbility(uint32_t subServiceType, Mess
 
 int32_t CallbackSkeleton::DataPretreatment(MessageParcel &data)
 {
-    HILOGI("enter.");
+    TRBY_LOGI("enter.");
     uint32_t code = data.ReadUint32();
     uint32_t second = data.ReadUint32();
     uint32_t dataLen = data.ReadUint32();
     if (dataLen > MAX_RAW_DATA_SIZE) {
-        HILOGE("new buffer failed of length = %{public}u", dataLen);
+        TRBY_LOGE("new buffer failed of length = %{public}u", dataLen);
         return ERR_TRBY_RAW_DATA;
     }
     const void *rawData = data.ReadRawData(dataLen);
     std::unique_ptr<char[]> buffer(new (std::nothrow) char[dataLen]());
     if (buffer == nullptr || rawData == nullptr) {
-        HILOGE("length = %{public}u, treadData %{public}d, rawByte %{public}d", dataLen, buffer == nullptr,
-               rawData == nullptr);
+        TRBY_LOGE("length = %{public}u, treadData %{public}d, rawByte %{public}d", dataLen, buffer == nullptr,
+                  rawData == nullptr);
         return ERR_TRBY_RAW_DATA;
     }
     if (memcpy_s(buffer.get(), dataLen, rawData, dataLen) != EOK) {
-        HILOGE("memcpy_s failed , size = %{public}u.", dataLen);
+        TRBY_LOGE("memcpy_s failed , size = %{public}u.", dataLen);
         return ERR_TRBY_MEMCPY;
     }
     int32_t result = OnDataCallback(code, second, dataLen, std::move(buffer));
-    HILOGI("leave");
+    TRBY_LOGI("leave");
     return result;
 }
 
@@ -302,7 +302,7 @@ int32_t CallbackSkeleton::VeskorCallback(MessageParcel &data, MessageParcel &rep
             result = ProcessOnStop(data, reply, option);
             break;
         default:
-            HILOGE("Unsupport type");
+            TRBY_LOGE("Unsupport type");
             return ERR_TRBY_UNSUPPORTED_TYPE;
     }
     reply.WriteInt32(result);
@@ -326,20 +326,20 @@ int32_t CallbackSkeleton::ParseNotifyStateCallback(MessageParcel &data, std::vec
                                                    std::vector<sptr<ServiceStateInfo>> &infos)
 {
     if (!data.ReadUInt32Vector(&states)) {
-        HILOGI("ReadUInt32Vector failed");
+        TRBY_LOGI("ReadUInt32Vector failed");
         return ERR_TRBY_INVALID_PARAM;
     }
     // The count is checked against what the parcel can still hold before any element is read or allocated.
     size_t count = data.ReadUint32();
     size_t readable = data.GetReadableBytes() / STATE_INFO_MIN_BYTES;
     if (count > readable) {
-        HILOGI("Failed to read vector, size = %{public}zu, readAbleSize = %{public}zu", count, readable);
+        TRBY_LOGI("Failed to read vector, size = %{public}zu, readAbleSize = %{public}zu", count, readable);
         return ERR_TRBY_INVALID_PARAM;
     }
     for (size_t i = 0; i < count; ++i) {
         sptr<ServiceStateInfo> info = data.ReadStrongParcelable<ServiceStateInfo>();
         if (info == nullptr) {
-            HILOGE_AS(LABEL_DEVICE_DETECT, "ReadStrongParcelable nullptr");
+            TRBY_LOGE_AS(LABEL_DEVICE_DETECT, "ReadStrongParcelable nullptr");
             continue;
         }
         infos.push_back(info);
@@ -359,11 +359,11 @@ int32_t CallbackSkeleton::ProcessOnServiceStateChanged(MessageParcel &data, Mess
         // The block carries a terminating zero byte after the `len` bytes of text.
         const char *raw = static_cast<const char *>(data.ReadRawData(static_cast<size_t>(len) + 1));
         if (len > MAX_RAW_DATA_SIZE || raw == nullptr) {
-            HILOGE("Read raw data failed or length is %{public}u", len);
+            TRBY_LOGE("Read raw data failed or length is %{public}u", len);
             return ERR_TRBY_INVALID_PARAM;
         }
         if (raw[len] != '\0') {
-            HILOGE("string format invalid,length is %{public}u", len);
+            TRBY_LOGE("string format invalid,length is %{public}u", len);
             return ERR_TRBY_INVALID_PARAM;
         }
         extraInfo.assign(raw, len);
@@ -372,7 +372,7 @@ int32_t CallbackSkeleton::ProcessOnServiceStateChanged(MessageParcel &data, Mess
     if (hasFd && VeskorJsonUtils::IsFdExist(extraInfo)) {
         // The hook owns the received descriptor; its number travels in the extra info.
         int fd = data.ReadFileDescriptor();
-        HILOGI("fd: %{public}d", fd);
+        TRBY_LOGI("fd: %{public}d", fd);
         extraInfo = VeskorJsonUtils::AddFdToExtraInfo(extraInfo, fd);
     }
     OnServiceStateChanged(firstString, secondString, extraInfo, firstInt, secondInt);
@@ -399,7 +399,7 @@ int32_t CallbackSkeleton::ProcessOnApplyCompleted(MessageParcel &data, MessagePa
     int32_t value = data.ReadInt32();
     int32_t result = data.ReadInt32();
     int32_t resultCode = MapApplyResult(result);
-    HILOGI("resultCode = %{public}d, result = %{public}d", resultCode, result);
+    TRBY_LOGI("resultCode = %{public}d, result = %{public}d", resultCode, result);
     return ApplyResult(first, second, third, value, resultCode);
 }
 
@@ -426,31 +426,31 @@ int32_t CallbackSkeleton::SurfaceTransferCallback(MessageParcel &data, MessagePa
             eventCode = data.ReadUint32();
             break;
         default:
-            HILOGE("Unsupport type");
+            TRBY_LOGE("Unsupport type");
             return ERR_TRBY_UNSUPPORTED_TYPE;
     }
     std::string extra = data.ReadString();
     int32_t result = OnEvent(eventCode, code.subServiceType, extra);
     reply.WriteInt32(result);
-    HILOGI("---code = %{public}u, eventId = %{public}u", eventCode, code.subServiceType);
+    TRBY_LOGI("---code = %{public}u, eventId = %{public}u", eventCode, code.subServiceType);
     return result;
 }
 
 int32_t CallbackSkeleton::OnDataCallback(uint32_t code, uint32_t second, uint32_t dataLen, std::unique_ptr<char[]> data)
 {
-    HILOGI("code = %{public}u", code);
+    TRBY_LOGI("code = %{public}u", code);
     return TRBY_OK;
 }
 
 int32_t CallbackSkeleton::OnEvent(uint32_t code, uint32_t eventId, std::string &extra)
 {
-    HILOGI("code = %{public}u, eventId = %{public}u", code, eventId);
+    TRBY_LOGI("code = %{public}u, eventId = %{public}u", code, eventId);
     return TRBY_OK;
 }
 
 int32_t CallbackSkeleton::DisconnectDevice(std::string deviceKey, uint32_t serviceType)
 {
-    HILOGI("serviceType = %{public}d", serviceType);
+    TRBY_LOGI("serviceType = %{public}d", serviceType);
     return TRBY_OK;
 }
 

@@ -17,24 +17,24 @@ enum SessionMessageType : int32_t {
 int32_t CollabAbilityCallback::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply,
                                                MessageOption &option)
 {
-    HILOGE("enter");
+    TRBY_LOGE("enter");
     if (!ReadCallbackToken(data)) {
         return ERR_TRBY_WRONG_TOKEN;
     }
     if (code != SESSION_MESSAGE_CODE) {
-        HILOGE("collaboration ability callback code is %{public}d", code);
+        TRBY_LOGE("collaboration ability callback code is %{public}d", code);
         return ERR_TRBY_INVALID_PARAM;
     }
     int32_t type = data.ReadInt32();
     int32_t sessionId = data.ReadInt32();
     uint32_t dataLen = data.ReadUint32();
-    HILOGI("data len %{public}d", dataLen);
+    TRBY_LOGI("data len %{public}d", dataLen);
     if (dataLen > COLLABORATION_DATA_MAX_LEN) {
-        HILOGE("data len %{public}d invalid", dataLen);
+        TRBY_LOGE("data len %{public}d invalid", dataLen);
         return ERR_TRBY_INVALID_PARAM;
     }
     const uint8_t *payload = data.ReadUnpadBuffer(dataLen);
-    HILOGI("collaboration ability callback type is %{public}d", type);
+    TRBY_LOGI("collaboration ability callback type is %{public}d", type);
     if (type == MESSAGE_DATA) {
         OnCollaborationData(sessionId, payload, dataLen);
     } else if (type == MESSAGE_EVENT) {

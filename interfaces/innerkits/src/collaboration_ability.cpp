@@ -5,6 +5,8 @@
 #include "tarnby_log.h"
 #include "tarnby_request.h"
 
+static_assert(OHOS::Tarnby::Pending<std::pair<int32_t, int32_t>>::TIMED_OUT == OHOS::Tarnby::ERR_TRBY_WAIT_TIMEOUT);
+
 namespace OHOS::Tarnby {
 namespace {
 constexpr LogLabel LOG_LABEL = LABEL_COLLABORATION;
@@ -122,7 +124,7 @@ int32_t CollabAbilityInnerCallback::OnRemoteRequest(uint32_t code, MessageParcel
         return ERR_TRBY_WRONG_TOKEN;
     }
     if (code != START_ANSWER_CODE) {
-        HILOGE("collaboration ability inner callback code is %{public}d", code);
+        TRBY_LOGE("collaboration ability inner callback code is %{public}d", code);
         return ERR_TRBY_INVALID_PARAM;
     }
     int32_t result = data.ReadInt32();
@@ -133,7 +135,7 @@ int32_t CollabAbilityInnerCallback::OnRemoteRequest(uint32_t code, MessageParcel
 
 void CollabAbilityInnerCallback::OnStartCollaboration(int32_t result, int32_t id)
 {
-    HILOGI("OnStartCollaboration result = %{public}d, id = %{public}d", result, id);
+    TRBY_LOGI("OnStartCollaboration result = %{public}d, id = %{public}d", result, id);
     pending_.Stop({result, id});
 }
 
@@ -142,7 +144,7 @@ std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callbac
 {
     // Without the inner callback the answer has nowhere to arrive: send nothing rather than wait on nothing.
     if (callback == nullptr) {
-        HILOGE("callback is nullptr");
+        TRBY_LOGE("callback is nullptr");
         return {ERR_TRBY_INVALID_PARAM, 0};
     }
     sptr<ITarnbyService> proxy = AcquireServiceProxy(LOG_LABEL);
@@ -155,7 +157,7 @@ std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callbac
     }
     auto [status, answer] = callback->pending_.Start(START_WAIT_SECONDS);
     if (status == ERR_TRBY_WAIT_TIMEOUT) {
-        HILOGE("wait timeout");
+        TRBY_LOGE("wait timeout");
         return {ERR_TRBY_NO_ANSWER, 0};
     }
     return answer;
@@ -175,9 +177,9 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(int32_t loc
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(int32_t localId, sptr<TargetInfo> target,
                                                                      const std::string &extraData)
 {
-    HILOGE("enter");
+    TRBY_LOGE("enter");
     if (target == nullptr || target->GetNetworkId().empty()) {
-        HILOGE("targetInfo is null");
+        TRBY_LOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
     auto writeLocalId = [localId](MessageParcel &data, const char *caller) {
@@ -195,9 +197,9 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(const std::
                                                                      sptr<TargetInfo> target,
                                                                      const std::string &extraData)
 {
-    HILOGE("enter");
+    TRBY_LOGE("enter");
     if (target == nullptr) {
-        HILOGE("targetInfo is null");
+        TRBY_LOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
     auto writeAbility = [&bundleName, &abilityName](MessageParcel &data, const char *caller) {
@@ -214,9 +216,9 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<Target
                                                                      sptr<TargetInfo> dstTarget, const char *data,
                                                                      uint32_t dataLen)
 {
-    HILOGE("enter");
+    TRBY_LOGE("enter");
     if (srcTarget == nullptr || dstTarget == nullptr) {
-        HILOGE("targetInfo is null");
+        TRBY_LOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
     TarnbyRequest request(SERVICE_TYPE_COLLABORATION, START_COLLABORATION_WITH_DATA, LOG_LABEL);
@@ -225,21 +227,21 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<Target
     }
     MessageParcel &parcel = request.Data();
     if (!WriteRequiredRecord(parcel, srcTarget) || !WriteRequiredRecord(parcel, dstTarget)) {
-        HILOGE("targetInfo write failed");
+        TRBY_LOGE("targetInfo write failed");
         return START_WRITE_FAILED;
     }
     sptr<CollabAbilityInnerCallback> callback = WriteInnerCallback(parcel);
     if (callback == nullptr) {
-        HILOGE("callback write failed");
+        TRBY_LOGE("callback write failed");
         return START_WRITE_FAILED;
     }
     if (dataLen > COLLABORATION_DATA_MAX_LEN || !request.ReserveCapacity(BufferWireSize(dataLen)) ||
         !parcel.WriteUint32(dataLen)) {
-        HILOGE_AS(LABEL_COLL_PROC, "dataLen write failed");
+        TRBY_LOGE_AS(LABEL_COLL_PROC, "dataLen write failed");
         return START_WRITE_FAILED;
     }
     if (data != nullptr && dataLen != 0 && !parcel.WriteUnpadBuffer(data, dataLen)) {
-        HILOGE_AS(LABEL_COLL_PROC, "data write failed");
+        TRBY_LOGE_AS(LABEL_COLL_PROC, "data write failed");
         return START_WRITE_FAILED;
     }
     return SendReqSync(callback, parcel, request.Reply(), request.Option());
@@ -248,17 +250,17 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<Target
 int32_t CollaborationAbility::RegisterCollaborationCallback(sptr<TargetInfo> target,
                                                             sptr<CollabAbilityCallback> callback)
 {
-    HILOGE("enter");
+    TRBY_LOGE("enter");
     TarnbyRequest request(SERVICE_TYPE_COLLABORATION, REGISTER_COLLABORATION_CALLBACK, LOG_LABEL);
     if (!request.WriteHeader()) {
         return ERR_TRBY_INVALID_PARAM;
     }
     if (!WriteRequiredRecord(request.Data(), target)) {
-        HILOGE("targetInfo write failed");
+        TRBY_LOGE("targetInfo write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     if (callback == nullptr || !request.Data().WriteRemoteObject(callback->AsObject())) {
-        HILOGE("callback write failed");
+        TRBY_LOGE("callback write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     return SendForResult(request, "RegisterCollaborationCallback failed");
@@ -271,7 +273,7 @@ int32_t CollaborationAbility::UnRegisterCollaborationCallback(sptr<TargetInfo> t
         return ERR_TRBY_INVALID_PARAM;
     }
     if (!WriteRequiredRecord(request.Data(), target)) {
-        HILOGE("localInfo write failed");
+        TRBY_LOGE("localInfo write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     return SendForResult(request, "UnRegisterCollaborationCallback failed");
@@ -280,11 +282,11 @@ int32_t CollaborationAbility::UnRegisterCollaborationCallback(sptr<TargetInfo> t
 int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSessionId, const char *data, uint32_t dataLen)
 {
     if (data == nullptr || dataLen == 0) {
-        HILOGE("data is null");
+        TRBY_LOGE("data is null");
         return ERR_TRBY_INVALID_PARAM;
     }
     if (dataLen > COLLABORATION_DATA_MAX_LEN) {
-        HILOGE("dataLen[%{public}d] too large", dataLen);
+        TRBY_LOGE("dataLen[%{public}d] too large", dataLen);
         return ERR_TRBY_DATA_TOO_LARGE;
     }
     TarnbyRequest request(SERVICE_TYPE_COLLABORATION, SEND_COLLABORATION_DATA, LOG_LABEL);
@@ -292,12 +294,12 @@ int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSession
         return ERR_TRBY_INVALID_PARAM;
     }
     if (!request.Data().WriteInt32(collaborationSessionId)) {
-        HILOGE("collaborationSessionId write failed");
+        TRBY_LOGE("collaborationSessionId write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     if (!request.ReserveCapacity(BufferWireSize(dataLen)) || !request.Data().WriteUint32(dataLen) ||
         !request.Data().WriteUnpadBuffer(data, dataLen)) {
-        HILOGE("wirte raw data failed");
+        TRBY_LOGE("wirte raw data failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     return SendForResult(request, "send collaboration data failed");
@@ -310,7 +312,7 @@ int32_t CollaborationAbility::StopCollaboration(int32_t collaborationSessionId)
         return ERR_TRBY_INVALID_PARAM;
     }
     if (!request.Data().WriteInt32(collaborationSessionId)) {
-        HILOGE("localId write failed");
+        TRBY_LOGE("localId write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     return SendForResult(request, nullptr);
@@ -319,20 +321,20 @@ int32_t CollaborationAbility::StopCollaboration(int32_t collaborationSessionId)
 int32_t CollaborationAbility::GetCollaborationStartInfos(int32_t collaborationSessionId,
                                                          std::vector<sptr<StartInfo>> &startInfos)
 {
-    HILOGI("Get Start Info");
+    TRBY_LOGI("Get Start Info");
     return TRBY_OK;
 }
 
 int32_t CollaborationAbility::RegisterCollaborationDataCallback(int32_t collaborationSessionId,
                                                                 sptr<DataCallback> callback)
 {
-    HILOGI("Register");
+    TRBY_LOGI("Register");
     return TRBY_OK;
 }
 
 int32_t CollaborationAbility::UnRegisterCollaborationDataCallback(int32_t collaborationSessionId)
 {
-    HILOGI("UnRegister");
+    TRBY_LOGI("UnRegister");
     return TRBY_OK;
 }
 } // namespace OHOS::Tarnby

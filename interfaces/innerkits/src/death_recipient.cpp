@@ -15,7 +15,7 @@ DeathRecipient::~DeathRecipient() = default;
 
 void DeathRecipient::OnRemoteDied(const wptr<IRemoteObject> &remote)
 {
-    HILOGI("enter");
+    TRBY_LOGI("enter");
     sptr<CallbackSkeleton> callback;
     uint32_t id = 0;
     std::string category;
@@ -30,29 +30,29 @@ void DeathRecipient::OnRemoteDied(const wptr<IRemoteObject> &remote)
         callback->OnEvent(static_cast<uint32_t>(ERR_TRBY_SERVICE_DEAD), id, category);
         callback = nullptr;
     } else {
-        HILOGI("callback is nullptr.");
+        TRBY_LOGI("callback is nullptr.");
     }
     TarnbyProxy::DestoryInstance();
-    HILOGI("leave");
+    TRBY_LOGI("leave");
 }
 
 void DeathRecipient::SetDeathRecipientid(uint32_t id)
 {
-    HILOGI("enter");
+    TRBY_LOGI("enter");
     std::lock_guard<std::mutex> lock(mutex_);
     deathRecipientId_ = id;
 }
 
 void DeathRecipient::SetCategory(std::string category)
 {
-    HILOGI("enter");
+    TRBY_LOGI("enter");
     std::lock_guard<std::mutex> lock(mutex_);
     category_ = std::move(category);
 }
 
 void DeathRecipient::SetCallback(sptr<CallbackSkeleton> callback)
 {
-    HILOGI("enter");
+    TRBY_LOGI("enter");
     std::lock_guard<std::mutex> lock(mutex_);
     if (callback_ == nullptr) {
         callback_ = std::move(callback);

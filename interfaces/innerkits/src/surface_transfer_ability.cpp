@@ -56,14 +56,14 @@ int32_t SendConnIdRequest(uint32_t subServiceType, int32_t connId, const char *f
 
 bool LogWriteFailure()
 {
-    HILOGE_AS(LABEL_CALLBACK, "parcel write faile!");
+    TRBY_LOGE_AS(LABEL_CALLBACK, "parcel write faile!");
     return false;
 }
 } // namespace
 
 int32_t SurfaceTransferCallback::OnEvent(uint32_t code, uint32_t eventId, std::string &data)
 {
-    HILOGI_AS(LABEL_CALLBACK, "code = %{public}u, eventId = %{public}u", code, eventId);
+    TRBY_LOGI_AS(LABEL_CALLBACK, "code = %{public}u, eventId = %{public}u", code, eventId);
     return TRBY_OK;
 }
 
@@ -77,16 +77,16 @@ int32_t SurfaceTransferAbility::InitSurfaceTransfer(int32_t connId, std::shared_
                                                     sptr<CallbackSkeleton> callback)
 {
     if (callback == nullptr) {
-        HILOGI("remote callback is null");
+        TRBY_LOGI("remote callback is null");
         return ERR_TRBY_NULL_CALLBACK;
     }
     if (remoteDevice == nullptr) {
-        HILOGI("remote device is null");
+        TRBY_LOGI("remote device is null");
         return ERR_TRBY_INVALID_PARAM;
     }
     sptr<DeathRecipient> recipient = GetDeathRecipient();
     if (recipient == nullptr) {
-        HILOGE("get deathrecpient failed");
+        TRBY_LOGE("get deathrecpient failed");
         return ERR_TRBY_DEATH_RECIPIENT;
     }
     recipient->SetCallback(callback);
@@ -100,15 +100,15 @@ int32_t SurfaceTransferAbility::InitSurfaceTransfer(int32_t connId, std::shared_
     }
     MessageParcel &data = request.Data();
     if (!data.WriteInt32(connId)) {
-        HILOGE("connId write failed");
+        TRBY_LOGE("connId write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     if (!WriteRemoteDevice(data, remoteDevice)) {
-        HILOGE("remote device write failed");
+        TRBY_LOGE("remote device write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     if (!data.WriteRemoteObject(callback->AsObject())) {
-        HILOGE("callback write failed");
+        TRBY_LOGE("callback write failed");
         return ERR_TRBY_WRITE_PARCEL;
     }
     int32_t sent = request.Send(&ITarnbyService::SurfaceTransferEvent);
@@ -210,7 +210,7 @@ sptr<DeathRecipient> SurfaceTransferAbility::GetDeathRecipient()
     if (deathRecipient_ == nullptr) {
         deathRecipient_ = new (std::nothrow) DeathRecipient();
         if (deathRecipient_ == nullptr) {
-            HILOGE("new DeathRecipient failed");
+            TRBY_LOGE("new DeathRecipient failed");
         }
     }
     return deathRecipient_;
@@ -223,12 +223,12 @@ bool SurfaceTransferAbility::SetDeathRecipient()
         return true;
     }
     if (TarnbyProxy::GetInstance() == nullptr) {
-        HILOGE("Tarnby dead");
+        TRBY_LOGE("Tarnby dead");
         return false;
     }
     sptr<IRemoteObject> object = TarnbyProxy::GetTarnbyRemoteObject();
     if (object == nullptr) {
-        HILOGE("tarnby_proxy is dead.");
+        TRBY_LOGE("tarnby_proxy is dead.");
         return false;
     }
     sptr<DeathRecipient> recipient = GetDeathRecipient();
@@ -236,7 +236,7 @@ bool SurfaceTransferAbility::SetDeathRecipient()
         return false;
     }
     bool result = object->AddDeathRecipient(recipient);
-    HILOGI("AddDeathRecipient result = %{public}d.", result);
+    TRBY_LOGI("AddDeathRecipient result = %{public}d.", result);
     return result;
 }
 } // namespace OHOS::Tarnby

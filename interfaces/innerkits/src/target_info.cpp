@@ -22,29 +22,29 @@ TargetInfo::TargetInfo(std::string networkId, uint32_t targetType, std::string b
     targetType_(targetType), bundleName_(std::move(bundleName)), abilityName_(std::move(abilityName)),
     systemAbilityId_(systemAbilityId)
 {
-    HILOGI("networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
-           "systemAbilityId=%{public}u",
-           PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(),
-           systemAbilityId_);
+    TRBY_LOGI("networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
+              "systemAbilityId=%{public}u",
+              PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(),
+              abilityName_.c_str(), systemAbilityId_);
 }
 
 TargetInfo::TargetInfo(int32_t systemAbilityId) : systemAbilityId_(systemAbilityId)
 {
-    HILOGI("tartInfo construct");
+    TRBY_LOGI("tartInfo construct");
 }
 
 TargetInfo::TargetInfo(std::string bundleName, std::string abilityName, TargetType targetType) :
     targetType_(targetType), bundleName_(std::move(bundleName)), abilityName_(std::move(abilityName))
 {
-    HILOGI("tartInfo construct");
+    TRBY_LOGI("tartInfo construct");
 }
 
 TargetInfo::~TargetInfo()
 {
-    HILOGI("destroy networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
-           "systemAbilityId=%{public}u",
-           PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(),
-           systemAbilityId_);
+    TRBY_LOGI("destroy networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
+              "systemAbilityId=%{public}u",
+              PickerResult::StringToAnonymous(networkId_).c_str(), targetType_, bundleName_.c_str(),
+              abilityName_.c_str(), systemAbilityId_);
 }
 
 void TargetInfo::SetNetworkId(std::string networkId)
@@ -121,14 +121,14 @@ bool TargetInfo::Marshalling(Parcel &parcel) const
                    parcel.WriteInt32(systemAbilityId_);
     std::string networkId = PickerResult::StringToAnonymous(networkId_);
     if (!written) {
-        HILOGE("failed networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
-               "systemAbilityId=%{public}u",
-               networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
+        TRBY_LOGE("failed networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
+                  "systemAbilityId=%{public}u",
+                  networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
         return false;
     }
-    HILOGI("success networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
-           "systemAbilityId=%{public}u",
-           networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
+    TRBY_LOGI("success networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
+              "systemAbilityId=%{public}u",
+              networkId.c_str(), targetType_, bundleName_.c_str(), abilityName_.c_str(), systemAbilityId_);
     return true;
 }
 
@@ -141,10 +141,10 @@ TargetInfo *TargetInfo::Unmarshalling(Parcel &parcel)
     int32_t systemAbilityId = parcel.ReadInt32();
     auto *target = new (std::nothrow) TargetInfo(networkId, targetType, bundleName, abilityName, systemAbilityId);
     if (target == nullptr) {
-        HILOGE("failed networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
-               "systemAbilityId=%{public}u",
-               PickerResult::StringToAnonymous(networkId).c_str(), targetType, bundleName.c_str(), abilityName.c_str(),
-               systemAbilityId);
+        TRBY_LOGE("failed networkId=%{public}s, targetType=%{public}d, bundleName=%{public}s, abilityName=%{public}s, "
+                  "systemAbilityId=%{public}u",
+                  PickerResult::StringToAnonymous(networkId).c_str(), targetType, bundleName.c_str(),
+                  abilityName.c_str(), systemAbilityId);
     }
     return target;
 }
@@ -152,12 +152,12 @@ TargetInfo *TargetInfo::Unmarshalling(Parcel &parcel)
 StartInfo::StartInfo(int32_t collaborationSessionId, sptr<TargetInfo> srcTarget, const std::string &extraData) :
     collaborationSessionId_(collaborationSessionId), srcTarget_(std::move(srcTarget)), extraData_(extraData)
 {
-    HILOGI("collaborationSessionId=%{public}d", collaborationSessionId_);
+    TRBY_LOGI("collaborationSessionId=%{public}d", collaborationSessionId_);
 }
 
 StartInfo::~StartInfo()
 {
-    HILOGI("destory collaborationSessionId=%{public}d", collaborationSessionId_);
+    TRBY_LOGI("destory collaborationSessionId=%{public}d", collaborationSessionId_);
 }
 
 int32_t StartInfo::GetCollaborationSessionId() const
@@ -196,10 +196,10 @@ bool StartInfo::Marshalling(Parcel &parcel) const
     bool written = parcel.WriteInt32(collaborationSessionId_) && WriteRequiredRecord(parcel, srcTarget_) &&
                    parcel.WriteString(extraData_);
     if (!written) {
-        HILOGE("failed marshall collaborationSessionId=%{public}d", collaborationSessionId_);
+        TRBY_LOGE("failed marshall collaborationSessionId=%{public}d", collaborationSessionId_);
         return false;
     }
-    HILOGI("success marshall collaborationSessionId=%{public}d", collaborationSessionId_);
+    TRBY_LOGI("success marshall collaborationSessionId=%{public}d", collaborationSessionId_);
     return true;
 }
 
@@ -210,7 +210,7 @@ StartInfo *StartInfo::Unmarshalling(Parcel &parcel)
     std::string extraData = parcel.ReadString();
     auto *info = new (std::nothrow) StartInfo(collaborationSessionId, srcTarget, extraData);
     if (info == nullptr) {
-        HILOGE("failed marshall collaborationSessionId=%{public}d", collaborationSessionId);
+        TRBY_LOGE("failed marshall collaborationSessionId=%{public}d", collaborationSessionId);
     }
     return info;
 }

@@ -23,7 +23,7 @@ TarnbyProxy::TarnbyProxy(const sptr<IRemoteObject> &impl) : IRemoteProxy<ITarnby
 
 TarnbyProxy::~TarnbyProxy()
 {
-    HILOGI("clear resource when death");
+    TRBY_LOGI("clear resource when death");
 }
 
 sptr<ITarnbyService> TarnbyProxy::GetInstance()
@@ -40,17 +40,17 @@ sptr<ITarnbyService> TarnbyProxy::GetInstance()
     }
     sptr<ISystemAbilityManager> manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
     if (manager == nullptr) {
-        HILOGE("failed to get system manager");
+        TRBY_LOGE("failed to get system manager");
         return nullptr;
     }
     sptr<IRemoteObject> object = manager->GetSystemAbility(TARNBY_SA_ID);
     if (object == nullptr) {
-        HILOGE("failed to get TARNBY_SA_ID");
+        TRBY_LOGE("failed to get TARNBY_SA_ID");
         return nullptr;
     }
     sptr<ITarnbyService> proxy = iface_cast<ITarnbyService>(object);
     if (proxy == nullptr) {
-        HILOGE("failed to iface cast");
+        TRBY_LOGE("failed to iface cast");
         return nullptr;
     }
     trbyObject_ = object;
@@ -85,16 +85,16 @@ int32_t TarnbyProxy::BuildCollaborationServiceCode(MessageParcel &data, uint32_t
                                                    uint32_t operateCode, uint32_t subOperateCode, uint32_t command)
 {
     if (!data.WriteInterfaceToken(GetDescriptor())) {
-        HILOGE("write interface token failed");
+        TRBY_LOGE("write interface token failed");
         return ERR_TRBY_WRITE_TOKEN;
     }
     for (uint32_t field : {serviceType, subServiceType, operateCode, subOperateCode, command}) {
         if (!data.WriteUint32(field)) {
-            HILOGE("write to parcel failed");
+            TRBY_LOGE("write to parcel failed");
             return ERR_TRBY_WRITE_PARCEL;
         }
     }
-    HILOGI("sender interface is %{public}s", Str16ToStr8(GetDescriptor()).c_str());
+    TRBY_LOGI("sender interface is %{public}s", Str16ToStr8(GetDescriptor()).c_str());
     return TRBY_OK;
 }
 

@@ -36,7 +36,7 @@ bool ReadHardwareCount(Parcel &parcel, uint32_t &count)
 {
     count = parcel.ReadUint32();
     if (count > ResourceRequest::MAX_HARDWARE_LIST_SIZE) {
-        HILOGE("Hardware request vector too large.");
+        TRBY_LOGE("Hardware request vector too large.");
         return false;
     }
     return true;
@@ -81,10 +81,10 @@ bool DistributeTaskInfo::Marshalling(Parcel &parcel) const
     bool written = parcel.WriteString(deviceId_) && parcel.WriteUint32(serviceType_) && parcel.WriteUint32(linkType_) &&
                    parcel.WriteUint32(connectState_) && parcel.WriteUint32(canDisconnectFlag_);
     if (!written) {
-        HILOGE("failed:DistributeTaskInfo linkType= %{public}d", linkType_);
+        TRBY_LOGE("failed:DistributeTaskInfo linkType= %{public}d", linkType_);
         return false;
     }
-    HILOGI("success:DistributeTaskInfo linkType= %{public}d", linkType_);
+    TRBY_LOGI("success:DistributeTaskInfo linkType= %{public}d", linkType_);
     return true;
 }
 
@@ -97,7 +97,7 @@ sptr<DistributeTaskInfo> DistributeTaskInfo::Unmarshalling(Parcel &parcel)
     uint32_t canDisconnectFlag = parcel.ReadUint32();
     sptr<DistributeTaskInfo> info = new (std::nothrow) DistributeTaskInfo(std::move(deviceId), serviceType, linkType);
     if (info == nullptr) {
-        HILOGE("new distributeTaskInfo failed, linkType= %{public}d", linkType);
+        TRBY_LOGE("new distributeTaskInfo failed, linkType= %{public}d", linkType);
         return nullptr;
     }
     info->SetConnectState(connectState);
@@ -107,18 +107,18 @@ sptr<DistributeTaskInfo> DistributeTaskInfo::Unmarshalling(Parcel &parcel)
 
 ServiceStateInfo::ServiceStateInfo()
 {
-    HILOGI("Create ServiceSateInfo");
+    TRBY_LOGI("Create ServiceSateInfo");
 }
 
 ServiceStateInfo::ServiceStateInfo(std::string deviceId, uint32_t linkType, uint32_t connectState) :
     deviceId_(std::move(deviceId)), linkType_(linkType), connectState_(connectState)
 {
-    HILOGI("Create ServiceSateInfo linkType= %{public}d", linkType_);
+    TRBY_LOGI("Create ServiceSateInfo linkType= %{public}d", linkType_);
 }
 
 ServiceStateInfo::~ServiceStateInfo()
 {
-    HILOGI("destory:ServiceSateInfo linkType= %{public}d", linkType_);
+    TRBY_LOGI("destory:ServiceSateInfo linkType= %{public}d", linkType_);
 }
 
 std::string ServiceStateInfo::GetDeviceId() const
@@ -155,10 +155,10 @@ bool ServiceStateInfo::Marshalling(Parcel &parcel) const
 {
     bool written = parcel.WriteString(deviceId_) && parcel.WriteUint32(linkType_) && parcel.WriteUint32(connectState_);
     if (!written) {
-        HILOGE("failed:ServiceSateInfo linkType= %{public}d", linkType_);
+        TRBY_LOGE("failed:ServiceSateInfo linkType= %{public}d", linkType_);
         return false;
     }
-    HILOGI("success:ServiceSateInfo linkType= %{public}d", linkType_);
+    TRBY_LOGI("success:ServiceSateInfo linkType= %{public}d", linkType_);
     return true;
 }
 
@@ -169,7 +169,7 @@ sptr<ServiceStateInfo> ServiceStateInfo::Unmarshalling(Parcel &parcel)
     uint32_t connectState = parcel.ReadUint32();
     sptr<ServiceStateInfo> info = new (std::nothrow) ServiceStateInfo(std::move(deviceId), linkType, connectState);
     if (info == nullptr) {
-        HILOGE("new ServiceStateInfo failed, linkType= %{public}d", linkType);
+        TRBY_LOGE("new ServiceStateInfo failed, linkType= %{public}d", linkType);
     }
     return info;
 }
@@ -192,7 +192,7 @@ bool HardwareRequest::CanShare() const
 bool HardwareRequest::Marshalling(Parcel &parcel) const
 {
     if (!parcel.WriteUint32(hardwareType_) || !parcel.WriteBool(canShare_)) {
-        HILOGE("Hardware request write parcelable failed.");
+        TRBY_LOGE("Hardware request write parcelable failed.");
         return false;
     }
     return true;
@@ -204,7 +204,7 @@ sptr<HardwareRequest> HardwareRequest::Unmarshalling(Parcel &parcel)
     bool canShare = parcel.ReadBool();
     sptr<HardwareRequest> request = new (std::nothrow) HardwareRequest(hardwareType, canShare);
     if (request == nullptr) {
-        HILOGE("New hardwareRequest failed");
+        TRBY_LOGE("New hardwareRequest failed");
     }
     return request;
 }
@@ -288,7 +288,7 @@ bool CommunicationRequest::Marshalling(Parcel &parcel) const
                    parcel.WriteInt32(maxIdleTime_) && parcel.WriteInt32(firstPackge_) &&
                    parcel.WriteInt32(transReliability_) && parcel.WriteString(dataType_);
     if (!written) {
-        HILOGE("Communication Request write parcelable failed.");
+        TRBY_LOGE("Communication Request write parcelable failed.");
     }
     return written;
 }
@@ -307,7 +307,7 @@ sptr<CommunicationRequest> CommunicationRequest::Unmarshalling(Parcel &parcel)
     sptr<CommunicationRequest> request =
         new (std::nothrow) CommunicationRequest(minBandwidth, maxLatency, minLatency, maxWaitTime, maxBuffer);
     if (request == nullptr) {
-        HILOGE("New communicationRequest failed");
+        TRBY_LOGE("New communicationRequest failed");
         return nullptr;
     }
     request->SetMaxIdleTime(maxIdleTime);
@@ -319,7 +319,7 @@ sptr<CommunicationRequest> CommunicationRequest::Unmarshalling(Parcel &parcel)
 
 ResourceRequest::ResourceRequest()
 {
-    HILOGE("enter.");
+    TRBY_LOGE("enter.");
 }
 
 void ResourceRequest::SetRemoteHardwareList(const std::vector<sptr<HardwareRequest>> &remoteHardwareList)
@@ -369,28 +369,28 @@ uint32_t ResourceRequest::GetServiceConnectType() const
 bool ResourceRequest::Marshalling(Parcel &parcel) const
 {
     if (!parcel.WriteUint32(static_cast<uint32_t>(remoteHardwareList_.size()))) {
-        HILOGE("RemoteHardware request list size write parcelable failed.");
+        TRBY_LOGE("RemoteHardware request list size write parcelable failed.");
         return false;
     }
     if (!WriteHardwareList(parcel, remoteHardwareList_)) {
-        HILOGE("RemoteHardware request list write parcelable failed.");
+        TRBY_LOGE("RemoteHardware request list write parcelable failed.");
         return false;
     }
     if (!parcel.WriteUint32(static_cast<uint32_t>(localHardwareList_.size()))) {
-        HILOGE("LocalHardware request list size write parcelable failed.");
+        TRBY_LOGE("LocalHardware request list size write parcelable failed.");
         return false;
     }
     if (!WriteHardwareList(parcel, localHardwareList_)) {
-        HILOGE("LocalHardware request list write parcelable failed.");
+        TRBY_LOGE("LocalHardware request list write parcelable failed.");
         return false;
     }
     if (!WriteOptionalRecord(parcel, communicationRequest_)) {
-        HILOGE_AS(LABEL_CLIENT, "write ResourceRequest failed: communicationRequest = %{public}d",
-                  communicationRequest_ == nullptr ? 1 : 0);
+        TRBY_LOGE_AS(LABEL_CLIENT, "write ResourceRequest failed: communicationRequest = %{public}d",
+                     communicationRequest_ == nullptr ? 1 : 0);
         return false;
     }
     if (!parcel.WriteUint32(serviceConnectType_)) {
-        HILOGE_AS(LABEL_CLIENT, "write ResourceRequest failed %{public}d.", serviceConnectType_);
+        TRBY_LOGE_AS(LABEL_CLIENT, "write ResourceRequest failed %{public}d.", serviceConnectType_);
         return false;
     }
     return true;
@@ -412,7 +412,7 @@ sptr<ResourceRequest> ResourceRequest::Unmarshalling(Parcel &parcel)
     uint32_t serviceConnectType = parcel.ReadUint32();
     sptr<ResourceRequest> request = new (std::nothrow) ResourceRequest();
     if (request == nullptr) {
-        HILOGE("New hardwareRequest failed");
+        TRBY_LOGE("New hardwareRequest failed");
         return nullptr;
     }
     request->remoteHardwareList_ = std::move(remoteHardwareList);

@@ -8,33 +8,46 @@
 #include <mutex>
 #include <utility>
 
-#include "tarnby_errors.h"
-#include "tarnby_log.h"
+#include "hilog/log.h"
+
+// Pending reaches consumers through a public header, so it logs through HiLog itself, under the service's identity
+// ("TRBYService", 0xD004615), with the same "[file:line]function# " prefix as the library's lines; the macro is
+// undefined at the end of this header.
+#define TRBY_PENDING_LOGI(fmt, ...)                                                                                    \
+    (HiLogIsLoggable(0xD004615, "TRBYService", LOG_INFO)                                                               \
+         ? (void)HiLogPrint(LOG_CORE, LOG_INFO, 0xD004615, "TRBYService", "[pending.h:%{public}d]%{public}s# " fmt,    \
+                            __LINE__, __FUNCTION__, ##__VA_ARGS__)                                                     \
+         : (void)0)
 
 namespace OHOS::Tarnby {
 template <typename T>
 class Pending {
 public:
+    // Statuses of Start. The library's status header names the time-out ERR_TRBY_WAIT_TIMEOUT (checked where it is
+    // used), so this header needs nothing from the library.
+    static constexpr int32_t ANSWERED = 0;
+    static constexpr int32_t TIMED_OUT = 2010;
+
     // Waits up to `time` seconds (steady clock) for Stop(). Returns (0, answer) once answered, also when the answer
     // came before the wait began, or (2010, the value held) when the time ran out; `time` 0 does not wait at all.
     // A wake-up without an answer waits the full time again.
     std::pair<int32_t, T> Start(uint32_t time)
     {
-        HILOGI_AS(LABEL_SERVICE, "enter, time:%{public}d", time);
+        TRBY_PENDING_LOGI("enter, time:%{public}d", time);
         std::unique_lock<std::mutex> lock(mutex_);
         time_ = time;
         while (true) {
             if (isStop_) {
-                HILOGI_AS(LABEL_SERVICE, "wait stop");
-                return {TRBY_OK, value_};
+                TRBY_PENDING_LOGI("wait stop");
+                return {ANSWERED, value_};
             }
             auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(time_);
             if (time_ != 0) {
                 cv_.wait_until(lock, deadline);
             }
             if (!isStop_ && std::chrono::steady_clock::now() >= deadline) {
-                HILOGI_AS(LABEL_SERVICE, "wait timeout");
-                return {ERR_TRBY_WAIT_TIMEOUT, value_};
+                TRBY_PENDING_LOGI("wait timeout");
+                return {TIMED_OUT, value_};
             }
         }
     }
@@ -42,7 +55,7 @@ public:
     // Delivers the answer and wakes every waiter. One Pending serves one wait: nothing makes it wait again.
     void Stop(T value)
     {
-        HILOGI_AS(LABEL_SERVICE, "enter");
+        TRBY_PENDING_LOGI("enter");
         std::lock_guard<std::mutex> lock(mutex_);
         value_ = std::move(value);
         isStop_ = true;
@@ -57,5 +70,7 @@ private:
     bool isStop_ = false;
 };
 } // namespace OHOS::Tarnby
+
+#undef TRBY_PENDING_LOGI
 
 #endif // TARNBY_PENDING_H

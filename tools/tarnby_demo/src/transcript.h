@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "hilog/host_log.h"
+#include "host_log.h"
 
 namespace OHOS::TarnbyDemo {
 class Transcript {

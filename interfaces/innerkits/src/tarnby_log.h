@@ -12,7 +12,6 @@ struct LogLabel {
 
 inline constexpr LogLabel LABEL_CLIENT = {0xD004612, "TRBYClient"};
 inline constexpr LogLabel LABEL_PROXY = {0xD004613, "TRBYProxy"};
-inline constexpr LogLabel LABEL_SERVICE = {0xD004615, "TRBYService"};
 inline constexpr LogLabel LABEL_CALLBACK = {0xD004616, "TRBYCallback"};
 inline constexpr LogLabel LABEL_DEVICE_DETECT = {0xD004617, "TRBYDeviceDetect"};
 inline constexpr LogLabel LABEL_VESKOR = {0xD00461A, "VeskorManager"};
@@ -32,20 +31,23 @@ constexpr const char *LogFileName(const char *path)
 }
 } // namespace OHOS::Tarnby
 
-// Every line is prefixed with "[file:line]function# ". A source unit defines `LOG_LABEL` (a LogLabel) in its own
-// anonymous namespace and logs with HILOGI/HILOGE; the *_AS forms write one line under another unit's label.
-// TRBY_LOG_FN names the function explicitly, and TRBY_LOG_AT the whole site, for a helper that logs on behalf of its
-// caller (the helper takes __builtin_FUNCTION(), __builtin_FILE() and __builtin_LINE() as default arguments).
+// The library's private logging header; it never reaches a consumer's include path. Every line is prefixed with
+// "[file:line]function# ". A source unit defines `LOG_LABEL` (a LogLabel) in its own anonymous namespace and logs with
+// TRBY_LOGI/TRBY_LOGE; the *_AS forms write one line under another unit's label. TRBY_LOG_AT names the whole site,
+// for a helper that logs on behalf of its caller (see LogSite). As the platform's macros do, a line below the
+// loggable level is dropped before its arguments are formatted.
 #define TRBY_LOG_AT(label, level, file, line, func, fmt, ...)                                                          \
-    ((void)HiLogPrint(LOG_CORE, (level), (label).domain, (label).tag, "[%{public}s:%{public}d]%{public}s# " fmt,       \
-                      ::OHOS::Tarnby::LogFileName(file), (line), (func), ##__VA_ARGS__))
+    (HiLogIsLoggable((label).domain, (label).tag, (level))                                                             \
+         ? (void)HiLogPrint(LOG_CORE, (level), (label).domain, (label).tag, "[%{public}s:%{public}d]%{public}s# " fmt, \
+                            ::OHOS::Tarnby::LogFileName(file), (line), (func), ##__VA_ARGS__)                          \
+         : (void)0)
 #define TRBY_LOG_FN(label, level, func, fmt, ...)                                                                      \
     TRBY_LOG_AT(label, level, __FILE__, __LINE__, func, fmt, ##__VA_ARGS__)
 #define TRBY_LOG_AS(label, level, fmt, ...) TRBY_LOG_FN(label, level, __FUNCTION__, fmt, ##__VA_ARGS__)
 
-#define HILOGI_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_INFO, fmt, ##__VA_ARGS__)
-#define HILOGE_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_ERROR, fmt, ##__VA_ARGS__)
-#define HILOGI(fmt, ...) HILOGI_AS(LOG_LABEL, fmt, ##__VA_ARGS__)
-#define HILOGE(fmt, ...) HILOGE_AS(LOG_LABEL, fmt, ##__VA_ARGS__)
+#define TRBY_LOGI_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_INFO, fmt, ##__VA_ARGS__)
+#define TRBY_LOGE_AS(label, fmt, ...) TRBY_LOG_AS(label, LOG_ERROR, fmt, ##__VA_ARGS__)
+#define TRBY_LOGI(fmt, ...) TRBY_LOGI_AS(LOG_LABEL, fmt, ##__VA_ARGS__)
+#define TRBY_LOGE(fmt, ...) TRBY_LOGE_AS(LOG_LABEL, fmt, ##__VA_ARGS__)
 
 #endif // TARNBY_LOG_H
