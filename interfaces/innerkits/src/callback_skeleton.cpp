@@ -1,5 +1,7 @@
 #include "callback_skeleton.h"
 
+#include <exception>
+
 #include "ipc_object_stub.h"
 #include "ipc_skeleton.h"
 #include "securec.h"
@@ -260,11 +262,13 @@ int32_t CallbackSkeleton::DataPretreatment(MessageParcel &data)
         TRBY_LOGE("new buffer failed of length = %{public}u", dataLen);
         return ERR_TRBY_RAW_DATA;
     }
+    // The block is read before the buffer is allocated: a peer that claims a length its parcel does not hold must
+    // not cost the client that much memory.
     const void *rawData = data.ReadRawData(dataLen);
-    std::unique_ptr<char[]> buffer(new (std::nothrow) char[dataLen]());
+    std::unique_ptr<char[]> buffer(rawData == nullptr ? nullptr : new (std::nothrow) char[dataLen]());
     if (buffer == nullptr || rawData == nullptr) {
-        TRBY_LOGE("length = %{public}u, treadData %{public}d, rawByte %{public}d", dataLen, buffer == nullptr,
-                  rawData == nullptr);
+        TRBY_LOGE("length = %{public}u, treadData %{public}d, rawByte %{public}d", dataLen,
+                  rawData != nullptr && buffer == nullptr, rawData == nullptr);
         return ERR_TRBY_RAW_DATA;
     }
     if (memcpy_s(buffer.get(), dataLen, rawData, dataLen) != EOK) {
@@ -526,10 +530,16 @@ bool JsonUtils::StringToJsonInternal(const std::string &str, Json::Value *root)
     if (str.empty()) {
         return false;
     }
-    Json::CharReaderBuilder builder;
-    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    std::string errors;
-    return reader->parse(str.data(), str.data() + str.size(), root, &errors);
+    // jsoncpp throws for some texts (nesting beyond its stack limit, memory); the text comes from another process,
+    // so every such failure is a failed parse and never leaves the library.
+    try {
+        Json::CharReaderBuilder builder;
+        std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+        std::string errors;
+        return reader->parse(str.data(), str.data() + str.size(), root, &errors);
+    } catch (const std::exception &) {
+        return false;
+    }
 }
 
 bool VeskorJsonUtils::IsFdExist(std::string &extraInfo)
@@ -549,11 +559,15 @@ std::string VeskorJsonUtils::AddFdToExtraInfo(std::string &extraInfo, int32_t fd
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     Json::Reader reader;
 #pragma GCC diagnostic pop
-    Json::Value root;
-    if (!reader.parse(extraInfo, root, true) || !root.isObject()) {
-        return extraInfo;
+    try {
+        Json::Value root;
+        if (!reader.parse(extraInfo, root, true) || !root.isObject()) {
+            return extraInfo;
+        }
+        root["fd"] = fd;
+        return root.toStyledString();
+    } catch (const std::exception &) {
+        return extraInfo; // as for any other text that cannot be parsed
     }
-    root["fd"] = fd;
-    return root.toStyledString();
 }
 } // namespace OHOS::Tarnby

@@ -11,7 +11,8 @@
 namespace OHOS::Tarnby {
 class JsonUtils {
 public:
-    // Parses `str` into `*root` with a default-configured builder reader; false for an empty or invalid string.
+    // Parses `str` into `*root` with a default-configured builder reader; false for an empty or invalid string and
+    // for any text the parser throws on (never an exception).
     static bool StringToJsonInternal(const std::string &str, Json::Value *root);
 };
 

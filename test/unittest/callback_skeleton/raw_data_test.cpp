@@ -2,12 +2,30 @@
 // checked before anything is read, and the missing block.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "recording_callback.h"
+
+// The largest request made of the nothrow array new (the form the raw-data path makes its buffer with), so that a
+// test can tell that a forged length cost no memory.
+static std::atomic<size_t> g_largestNothrowArray{0};
+
+void *operator new[](std::size_t size, const std::nothrow_t &) noexcept
+{
+    size_t seen = g_largestNothrowArray.load();
+    while (size > seen && !g_largestNothrowArray.compare_exchange_weak(seen, size)) {
+    }
+    try {
+        return ::operator new[](size);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
 
 namespace OHOS::TarnbyTest {
 namespace {
@@ -142,6 +160,15 @@ TEST_F(RawDataTest, MissingBlockGives22)
 {
     ExpectRefused(16, [](MessageParcel &) {});
     EXPECT_TRUE(Logged(logs_, LOG_ERROR, CALLBACK_LABEL, "length = 16, treadData 0, rawByte 1"));
+}
+
+// A 12-byte body claiming the largest length: refused before any buffer is made for it.
+TEST_F(RawDataTest, ClaimedLengthWithoutItsBlockCostsNoMemory)
+{
+    g_largestNothrowArray = 0;
+    ExpectRefused(MAX_RAW_DATA, [](MessageParcel &) {});
+    EXPECT_LT(g_largestNothrowArray.load(), size_t{1} << 20);
+    EXPECT_TRUE(Logged(logs_, LOG_ERROR, CALLBACK_LABEL, "length = 134217728, treadData 0, rawByte 1"));
 }
 
 TEST_F(RawDataTest, BlockOfAnotherSizeGives22)

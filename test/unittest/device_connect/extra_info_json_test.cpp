@@ -45,6 +45,18 @@ TEST(ExtraInfoJsonTest, UnusableTextIsReturnedByteForByte)
     }
 }
 
+// Both parsers throw past their nesting limit; the helpers answer as for any text they cannot parse.
+TEST(ExtraInfoJsonTest, TextTooDeepForTheParsersIsUnusable)
+{
+    for (std::string deep :
+         {R"({"fd":)" + std::string(1000, '[') + std::string(1000, ']') + "}", std::string(100000, '[')}) {
+        EXPECT_FALSE(VeskorJsonUtils::IsFdExist(deep));
+        EXPECT_EQ(VeskorJsonUtils::AddFdToExtraInfo(deep, 37), deep);
+        Json::Value root;
+        EXPECT_FALSE(JsonUtils::StringToJsonInternal(deep, &root));
+    }
+}
+
 TEST(ExtraInfoJsonTest, StringToJsonLeavesTheRootAloneForAnEmptyString)
 {
     Json::Value root = 5;
