@@ -584,8 +584,8 @@ bool Parcel::ReadDouble(double &value)
 
 bool Parcel::ReadBoolUnaligned()
 {
-    bool value = false;
-    return ReadUnaligned<bool>(value) && value;
+    uint8_t value = 0; // any byte may arrive; only 0 and 1 may be loaded as a bool
+    return ReadUnaligned<uint8_t>(value) && value != 0;
 }
 
 bool Parcel::ReadInt8Unaligned(int8_t &value)
