@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs every test twice: a normal build, then an AddressSanitizer + UndefinedBehaviorSanitizer build in
-# which any sanitizer report fails the run. Installs missing packages first.
+# Builds and runs every test three times: a normal build; an AddressSanitizer + UndefinedBehaviorSanitizer build
+# (clang) that also runs each libFuzzer target for a short while; and a ThreadSanitizer build. Any sanitizer report
+# or fuzzer finding fails the run. Installs missing packages first.
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -9,16 +10,23 @@ jobs="$(nproc)"
 run_suite()
 {
     local build_dir="$1"
-    ctest --test-dir "$build_dir" --output-on-failure -j "$jobs"
+    shift
+    ctest --test-dir "$build_dir" --output-on-failure -j "$jobs" "$@"
 }
 
 echo "== normal build =="
 bash "$root/scripts/setup.sh" "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
 run_suite "$root/build"
 
-echo "== sanitizer build (ASan + UBSan) =="
+echo "== sanitizer build (ASan + UBSan, clang, with the fuzz targets) =="
 bash "$root/scripts/setup.sh" "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DTARNBY_SANITIZE=ON \
-    -DTARNBY_BUILD_BENCHMARKS=OFF
+    -DTARNBY_BUILD_BENCHMARKS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
 ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1" \
 UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1" \
     run_suite "$root/build-asan"
+
+echo "== ThreadSanitizer build =="
+bash "$root/scripts/setup.sh" "$root/build-tsan" -DCMAKE_BUILD_TYPE=Debug -DTARNBY_TSAN=ON \
+    -DTARNBY_BUILD_BENCHMARKS=OFF
+TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1" \
+    run_suite "$root/build-tsan"

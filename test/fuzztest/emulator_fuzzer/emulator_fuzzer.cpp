@@ -1,0 +1,40 @@
+// The service emulator's request decoding, driven as a client process would: any request code and body reach the
+// running emulator's service object (token right, wrong or missing; service codes biased to the real ones; callback
+// objects and descriptors anywhere). The emulator must refuse what it cannot read, never crash or leak.
+#include <cstdint>
+
+#include "fuzz_parcel.h"
+#include "message_option.h"
+#include "tarnby_emulator.h"
+
+namespace {
+constexpr uint32_t RESTART_EVERY = 1000; // inputs between restarts, so that sessions and connections stay few
+
+OHOS::TarnbyEmulator::Emulator *g_emulator = nullptr;
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    OHOS::TarnbyFuzz::QuietLogs();
+    g_emulator = new OHOS::TarnbyEmulator::Emulator(); // lives as long as the process: the fuzzer exits, not returns
+    return g_emulator->Start() ? 0 : 1;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    using namespace OHOS;
+    using namespace OHOS::TarnbyFuzz;
+    static uint32_t inputs = 0;
+    if (++inputs % RESTART_EVERY == 0) {
+        g_emulator->Stop();
+        g_emulator->Start();
+    }
+    FuzzInput in(data, size);
+    uint32_t code = WireNumber(in);
+    MessageParcel request;
+    WritePeerRequest(in, request, SERVICE_TOKEN);
+    MessageParcel reply;
+    MessageOption option;
+    g_emulator->ServiceObject()->SendRequest(code, request, reply, option);
+    return 0;
+}
