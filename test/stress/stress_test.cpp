@@ -100,7 +100,7 @@ TEST_F(StressTest, MediaRequestsWhileTheServiceDiesAndReturns)
     const std::set<int32_t> outcomes = {
         EMU_OK, EMU_ERR_UNKNOWN_CONNECTION, EMU_ERR_WRONG_STATE, EMU_ERR_STOPPED, 1012, 0x1B8003F5};
     auto casts = [&] {
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < 300; ++i) {
             int32_t connId = surface.InitSurfaceTransfer(i, device, sptr<Events>::MakeSptr());
             EXPECT_TRUE(connId > 0 || outcomes.count(connId)) << connId;
             // Start and stop make the emulator send an event to the callback.
@@ -111,7 +111,7 @@ TEST_F(StressTest, MediaRequestsWhileTheServiceDiesAndReturns)
         }
     };
     auto deaths = [this] {
-        for (int i = 0; i < 100; ++i) {
+        for (int i = 0; i < 40; ++i) {
             emulator_.Kill();
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
             emulator_.Restart();
