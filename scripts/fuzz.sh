@@ -34,6 +34,6 @@ for ((i = 0; i < ${#targets[@]}; i += 2)); do
 done
 for name in "${targets[@]}"; do
     log="$build/test/fuzztest/$name.log"
-    echo "$name: $(grep -E '^#[0-9]+ +DONE' "$log" | tail -n1) $(grep -E 'SUMMARY|deadly' "$log" | head -n1)"
+    echo "$name: $(grep -E '^#[0-9]+[[:space:]]+DONE' "$log" | tail -n1) $(grep -E 'SUMMARY|deadly' "$log" | head -n1)"
 done
 exit "$failed"

@@ -1,5 +1,7 @@
 #include "callback_skeleton.h"
 
+#include <unistd.h>
+
 #include <exception>
 
 #include "ipc_object_stub.h"
@@ -377,7 +379,11 @@ int32_t CallbackSkeleton::ProcessOnServiceStateChanged(MessageParcel &data, Mess
         // The hook owns the received descriptor; its number travels in the extra info.
         int fd = data.ReadFileDescriptor();
         TRBY_LOGI("fd: %{public}d", fd);
-        extraInfo = VeskorJsonUtils::AddFdToExtraInfo(extraInfo, fd);
+        if (!VeskorJsonUtils::SetFdInExtraInfo(extraInfo, fd) && fd >= 0) {
+            // Text the check accepts but the classic reader does not (e.g. a trailing comma): nobody could learn the
+            // number, so the descriptor is closed rather than left open for the life of the process.
+            close(fd);
+        }
     }
     OnServiceStateChanged(firstString, secondString, extraInfo, firstInt, secondInt);
     OnServiceStateChanged(ServiceStateChangeContext{secondInt, firstString, secondString, extraInfo, firstInt});
@@ -550,8 +556,15 @@ bool VeskorJsonUtils::IsFdExist(std::string &extraInfo)
 
 std::string VeskorJsonUtils::AddFdToExtraInfo(std::string &extraInfo, int32_t fd)
 {
+    std::string result = extraInfo;
+    SetFdInExtraInfo(result, fd);
+    return result;
+}
+
+bool VeskorJsonUtils::SetFdInExtraInfo(std::string &extraInfo, int32_t fd)
+{
     if (extraInfo.empty()) {
-        return extraInfo;
+        return false;
     }
     // Parsed with the classic reader (comments collected), while IsFdExist uses the builder's reader; the two are
     // kept apart on purpose.
@@ -562,12 +575,13 @@ std::string VeskorJsonUtils::AddFdToExtraInfo(std::string &extraInfo, int32_t fd
     try {
         Json::Value root;
         if (!reader.parse(extraInfo, root, true) || !root.isObject()) {
-            return extraInfo;
+            return false;
         }
         root["fd"] = fd;
-        return root.toStyledString();
+        extraInfo = root.toStyledString();
+        return true;
     } catch (const std::exception &) {
-        return extraInfo; // as for any other text that cannot be parsed
+        return false; // as for any other text that cannot be parsed
     }
 }
 } // namespace OHOS::Tarnby

@@ -22,6 +22,8 @@ public:
     static bool IsFdExist(std::string &extraInfo);
     // The extra info with "fd" set to `fd`, styled by jsoncpp; unchanged when it is empty, invalid or not an object.
     static std::string AddFdToExtraInfo(std::string &extraInfo, int32_t fd);
+    // The same change made in place; false, with `extraInfo` unchanged, when the text cannot take the descriptor.
+    static bool SetFdInExtraInfo(std::string &extraInfo, int32_t fd);
 };
 } // namespace OHOS::Tarnby
 

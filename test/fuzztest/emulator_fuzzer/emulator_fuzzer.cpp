@@ -9,25 +9,18 @@
 
 namespace {
 constexpr uint32_t RESTART_EVERY = 1000; // inputs between restarts, so that sessions and connections stay few
-
-OHOS::TarnbyEmulator::Emulator *g_emulator = nullptr;
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int *, char ***)
-{
-    OHOS::TarnbyFuzz::QuietLogs();
-    g_emulator = new OHOS::TarnbyEmulator::Emulator(); // lives as long as the process: the fuzzer exits, not returns
-    return g_emulator->Start() ? 0 : 1;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     using namespace OHOS;
     using namespace OHOS::TarnbyFuzz;
+    [[maybe_unused]] static const bool quiet = QuietLogs();
+    static auto *emulator = new TarnbyEmulator::Emulator(); // kept for the whole run: the fuzzer exits, never returns
     static uint32_t inputs = 0;
-    if (++inputs % RESTART_EVERY == 0) {
-        g_emulator->Stop();
-        g_emulator->Start();
+    if (inputs++ % RESTART_EVERY == 0) { // the first input starts it
+        emulator->Stop();
+        emulator->Start();
     }
     FuzzInput in(data, size);
     uint32_t code = WireNumber(in);
@@ -35,6 +28,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     WritePeerRequest(in, request, SERVICE_TOKEN);
     MessageParcel reply;
     MessageOption option;
-    g_emulator->ServiceObject()->SendRequest(code, request, reply, option);
+    emulator->ServiceObject()->SendRequest(code, request, reply, option);
     return 0;
 }

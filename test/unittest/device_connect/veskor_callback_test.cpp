@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -302,15 +303,31 @@ TEST_F(VeskorCallbackTest, ExtraInfoLengthOver128MiBIsRefused)
     EXPECT_TRUE(hooks_->Calls().empty());
 }
 
-// jsoncpp throws on nesting past its limit; from a peer that is one more unusable text: no descriptor is read and
-// the hooks get the text as sent.
-TEST_F(VeskorCallbackTest, ExtraInfoTooDeepToParseMeansNoDescriptor)
+// Extra info the parsers cannot use: nesting past jsoncpp's limit (the parser throws), and a trailing comma (the check
+// accepts it, the reader that sets "fd" does not). The hooks get the text as sent; no descriptor is left open.
+TEST_F(VeskorCallbackTest, UnusableExtraInfoLeavesNoDescriptorOpen)
 {
+    auto openDescriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                             std::filesystem::directory_iterator());
+    };
     const std::string deep = R"({"fd":0,"k":)" + std::string(1000, '[') + std::string(1000, ']') + "}";
-    EXPECT_EQ(Deliver(504, [&deep](MessageParcel &data) { WriteStateChange(data, deep, true); }), 0);
-    EXPECT_EQ(hooks_->Calls(), StateChangeCalls(deep));
-    EXPECT_TRUE(ReplyIs(reply_, 0));
-    EXPECT_FALSE(logs_.Contains("fd: "));
+    for (const std::string &text : {deep, std::string(R"({"fd":0,})")}) {
+        hooks_ = sptr<HookRecorder>::MakeSptr();
+        int fds[2];
+        ASSERT_EQ(pipe(fds), 0);
+        auto before = openDescriptors();
+        EXPECT_EQ(Deliver(504,
+                          [&](MessageParcel &data) {
+                              WriteStateChange(data, text, true);
+                              data.WriteFileDescriptor(fds[0]);
+                          }),
+                  0);
+        EXPECT_EQ(hooks_->Calls(), StateChangeCalls(text));
+        EXPECT_EQ(openDescriptors(), before) << text;
+        close(fds[0]);
+        close(fds[1]);
+    }
 }
 
 // The hook's copy of the extra info after a descriptor came with it.
