@@ -1,10 +1,8 @@
-#ifndef TARNBY_TEST_CALLBACK_WIRE_H
-#define TARNBY_TEST_CALLBACK_WIRE_H
+#ifndef TARNBY_TEST_HOOK_RECORDER_H
+#define TARNBY_TEST_HOOK_RECORDER_H
 
-// Callback parcels written the way the service writes them, and a callback that records every hook call as text
-// ("Stop(b, a, c, 4)") so that a test states the expected calls, arguments in position, in one line.
-#include <gtest/gtest.h>
-
+// A callback object that records every hook call as text ("Stop(b, a, c, 4)"), so that a test states the expected
+// calls, arguments in position, in one line; and a way to hand it a parcel the way the IPC framework would.
 #include <functional>
 #include <mutex>
 #include <sstream>
@@ -12,30 +10,20 @@
 #include <vector>
 
 #include "callback_skeleton.h"
-#include "fake_tarnby_service.h"
-#include "message_option.h"
-#include "message_parcel.h"
+#include "tarnby_wire.h"
 
 namespace OHOS::TarnbyTest {
-inline constexpr uint32_t VESKOR_CODE = 501;
-inline constexpr uint32_t SURFACE_CODE = 601;
-
-// The token and the service code; the service type and the three qualifiers carry values the readers must skip.
-inline void WriteCallbackHeader(MessageParcel &data, uint32_t subServiceType)
+// A short fingerprint of a byte block, to compare large blocks in one line.
+inline std::string Fingerprint(const char *bytes, size_t size)
 {
-    data.WriteInterfaceToken(CALLBACK_TOKEN);
-    for (uint32_t field : {9u, subServiceType, 1u, 2u, 3u}) {
-        data.WriteUint32(field);
+    if (bytes == nullptr) {
+        return "null";
     }
-}
-
-// The raw block of a service-state change: `len`, then the text with its terminating zero byte.
-inline void WriteExtraInfo(MessageParcel &data, const std::string &text)
-{
-    data.WriteUint32(static_cast<uint32_t>(text.size()));
-    if (!text.empty()) {
-        data.WriteRawData(text.c_str(), text.size() + 1);
+    uint32_t hash = 2166136261u;
+    for (size_t i = 0; i < size; ++i) {
+        hash = (hash ^ static_cast<uint8_t>(bytes[i])) * 16777619u;
     }
+    return size <= 12 ? std::string(bytes, size) : "#" + std::to_string(hash);
 }
 
 class HookRecorder : public Tarnby::CallbackSkeleton {
@@ -47,23 +35,33 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return calls_;
     }
-
-    // Calls OnRemoteRequest as the IPC framework would, with a body written by `body` after the header.
-    int32_t Deliver(uint32_t code, uint32_t subServiceType, const std::function<void(MessageParcel &)> &body,
-                    MessageParcel &reply)
+    // Calls OnRemoteRequest as the IPC framework would: the callback token, then what `body` writes.
+    int32_t Deliver(uint32_t code, const std::function<void(MessageParcel &)> &body, MessageParcel &reply)
     {
         MessageParcel data;
-        WriteCallbackHeader(data, subServiceType);
-        if (body) {
-            body(data);
-        }
+        data.SetMaxCapacity(0x10000000);
+        TarnbyEmulator::WriteCallbackToken(data);
+        body(data);
         MessageOption option;
         return OnRemoteRequest(code, data, reply, option);
     }
 
+    int32_t OnDataCallback(uint32_t code, uint32_t second, uint32_t dataLen, std::unique_ptr<char[]> data) override
+    {
+        return Record("OnDataCallback(", code, ", ", second, ", ", dataLen, ", ", Fingerprint(data.get(), dataLen),
+                      ")");
+    }
     int32_t OnEvent(uint32_t code, uint32_t eventId, std::string &extra) override
     {
         return Record("OnEvent(", code, ", ", eventId, ", ", extra, ")");
+    }
+    void OnDataReceiverReady(int32_t channel) override
+    {
+        Record("OnDataReceiverReady(", channel, ")");
+    }
+    void OnDataReceived(int32_t channel, const char *data, uint32_t len) override
+    {
+        Record("OnDataReceived(", channel, ", ", Fingerprint(data, len), ", ", len, ")");
     }
     int32_t DisconnectDevice(std::string deviceKey, uint32_t serviceType) override
     {
@@ -129,18 +127,15 @@ private:
     std::vector<std::string> calls_;
 };
 
-// The reply holds exactly one int32 of this value.
-inline testing::AssertionResult ReplyIs(MessageParcel &reply, int32_t expected)
+// The reply as the int32 values it holds.
+inline std::vector<int32_t> ReplyValues(MessageParcel &reply)
 {
-    if (reply.GetDataSize() != sizeof(int32_t)) {
-        return testing::AssertionFailure() << "reply of " << reply.GetDataSize() << " bytes";
+    std::vector<int32_t> values;
+    while (reply.GetReadableBytes() >= sizeof(int32_t)) {
+        values.push_back(reply.ReadInt32());
     }
-    int32_t value = reply.ReadInt32();
-    if (value != expected) {
-        return testing::AssertionFailure() << "reply " << value;
-    }
-    return testing::AssertionSuccess();
+    return values;
 }
 } // namespace OHOS::TarnbyTest
 
-#endif // TARNBY_TEST_CALLBACK_WIRE_H
+#endif // TARNBY_TEST_HOOK_RECORDER_H
