@@ -162,20 +162,6 @@ const RequestCase REQUEST_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Collaboration, StartRequestTest, testing::ValuesIn(REQUEST_CASES),
                          [](const auto &info) { return std::string(info.param.name); });
 
-TEST_F(CollaborationTest, LargestPayloadsArriveByteForByte)
-{
-    ScriptAnswers(ANSWER);
-    EXPECT_EQ(Ability().StartCollaboration(Peer(), Peer(), LARGEST_DATA.data(), LARGEST_DATA.size()), ANSWER);
-    EXPECT_EQ(Ability().SendCollaborationData(1, LARGEST_DATA.data(), LARGEST_DATA.size()), 0);
-    EXPECT_EQ(Ability().StartCollaboration(7, Peer(), LONGEST_EXTRA), ANSWER);
-    auto requests = emulator_.Requests();
-    ASSERT_EQ(requests.size(), 3u);
-    const std::vector<uint8_t> largest(LARGEST_DATA.begin(), LARGEST_DATA.end());
-    EXPECT_TRUE(std::get<std::vector<uint8_t>>(*requests[0].Find("data")) == largest);
-    EXPECT_TRUE(std::get<std::vector<uint8_t>>(*requests[1].Find("data")) == largest);
-    EXPECT_TRUE(std::get<std::string>(*requests[2].Find("extraData")) == LONGEST_EXTRA);
-}
-
 // Register, unregister, send and stop: their fields, the service's result passed through, and its failure line.
 TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndPassTheResultThrough)
 {

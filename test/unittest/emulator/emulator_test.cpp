@@ -9,7 +9,6 @@
 
 #include "audio_transfer_ability.h"
 #include "collaboration_ability.h"
-#include "death_recipient.h"
 #include "iservice_registry.h"
 #include "service_fixture.h"
 #include "surface_transfer_ability.h"
@@ -221,30 +220,6 @@ TEST_F(EmulatorTest, HookAnswersInsteadOfTheEmulatorUntilRemoved)
     EXPECT_EQ(Collaboration().StopCollaboration(1), EMU_ERR_UNKNOWN_SESSION);
     EXPECT_EQ(emulator_.Requests().size(), 4u);
     EXPECT_TRUE(emulator_.WaitForRequests(4, 0ms));
-}
-
-TEST_F(EmulatorTest, DeathIsToldAndTheServiceComesBackWithoutItsState)
-{
-    int32_t oldSession = Collaboration().StartCollaboration(1, Target("Chat"), "").second;
-    auto events = sptr<Events>::MakeSptr();
-    auto recipient = sptr<Tarnby::DeathRecipient>::MakeSptr();
-    recipient->SetCallback(events);
-    recipient->SetDeathRecipientid(77);
-    ASSERT_TRUE(Tarnby::TarnbyProxy::GetTarnbyRemoteObject()->AddDeathRecipient(recipient));
-    sptr<IRemoteObject> oldService = emulator_.ServiceObject();
-    emulator_.Kill();
-    EXPECT_FALSE(emulator_.IsRunning());
-    ASSERT_TRUE(Eventually([&] { return !events->Seen().empty(); }));
-    EXPECT_EQ(events->Seen(), std::vector<std::string>{"1012 77 errorcode"});
-    ASSERT_TRUE(Eventually([this] { return logs_.Contains("OnRemoteDied# leave"); }));
-    EXPECT_EQ(Collaboration().StopCollaboration(oldSession), 1012);
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    EXPECT_EQ(oldService->SendRequest(101, data, reply, option), EMU_ERR_STOPPED);
-    ASSERT_TRUE(emulator_.Restart());
-    EXPECT_EQ(Collaboration().StopCollaboration(oldSession), EMU_ERR_UNKNOWN_SESSION); // found again, state lost
-    EXPECT_EQ(emulator_.EventsOfKind("service.killed").size(), 1u);
 }
 
 // The event log keeps the latest 10,000 events, oldest first, whatever came before.
