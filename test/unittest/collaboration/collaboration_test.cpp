@@ -34,15 +34,6 @@ sptr<TargetInfo> PeerSa()
 {
     return sptr<TargetInfo>::MakeSptr("fedcba9876543210", Tarnby::SYSTEM_ABILITY_TARGET, "", "", 4700);
 }
-std::string Bytes(size_t size)
-{
-    std::string bytes(size, '\0');
-    for (size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<char>((i * 131 + 3) % 251);
-    }
-    return bytes;
-}
-
 int AnswerStart(const sptr<IRemoteObject> &inner, Answer answer, uint32_t code = 103)
 {
     MessageParcel data;
@@ -132,7 +123,7 @@ TEST_P(StartRequestTest, CarriesItsFieldsInWireOrder)
 }
 
 const std::string LONGEST_EXTRA(MAX_DATA_LEN - 1, 'y');
-const std::string LARGEST_DATA = Bytes(MAX_DATA_LEN);
+const std::string LARGEST_DATA(MAX_DATA_LEN, 'z');
 const RequestCase REQUEST_CASES[] = {
     {"SystemAbilityWithExtra", [] { return Ability().StartCollaboration(5520, Peer(), "extra=1"); }, 7,
      "0 5520 " + PEER + R"( <object> "extra=1")"},

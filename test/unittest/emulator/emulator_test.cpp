@@ -1,6 +1,6 @@
-// The service emulator: sessions and transfers through the client library, hand-made requests it refuses, its
-// decoder on a bare parcel, its hook, its death and return, the bound of its event log, a kill racing requests, and
-// the demo program run as a user runs it.
+// The service emulator: hand-made requests it refuses, its decoder on a bare parcel, its hook, the bound of its event
+// log, a kill racing requests, and the demo program run as a user runs it (sessions, transfers, death and return,
+// each checked by the demo itself).
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -11,62 +11,10 @@
 #include "collaboration_ability.h"
 #include "iservice_registry.h"
 #include "service_fixture.h"
-#include "surface_transfer_ability.h"
 
 namespace OHOS::TarnbyTest {
 namespace {
 using namespace TarnbyEmulator;
-
-class Messages : public Tarnby::CollabAbilityCallback {
-public:
-    void OnCollaborationData(int32_t sessionId, const uint8_t *data, uint32_t dataLen) override
-    {
-        Add("data", sessionId, data, dataLen);
-    }
-    void OnCollaborationEvent(int32_t sessionId, const uint8_t *data, uint32_t dataLen) override
-    {
-        Add("event", sessionId, data, dataLen);
-    }
-    std::vector<std::string> Seen() const
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return seen_;
-    }
-
-private:
-    void Add(const char *kind, int32_t sessionId, const uint8_t *data, uint32_t dataLen)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        seen_.push_back(std::string(kind) + " " + std::to_string(sessionId) + " " +
-                        std::string(reinterpret_cast<const char *>(data), dataLen));
-    }
-    mutable std::mutex mutex_;
-    std::vector<std::string> seen_;
-};
-
-class Events : public Tarnby::CallbackSkeleton {
-public:
-    int32_t OnEvent(uint32_t code, uint32_t eventId, std::string &extra) override
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        seen_.push_back(std::to_string(code) + " " + std::to_string(eventId) + " " + extra);
-        return 0;
-    }
-    std::vector<std::string> Seen() const
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return seen_;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::vector<std::string> seen_;
-};
-
-sptr<Tarnby::TargetInfo> Target(const std::string &ability)
-{
-    return sptr<Tarnby::TargetInfo>::MakeSptr("peer", Tarnby::ABILITY_TARGET, "com.example.peer", ability, 0);
-}
 
 Tarnby::CollaborationAbility &Collaboration()
 {
@@ -99,64 +47,6 @@ protected:
         };
     }
 };
-
-TEST_F(EmulatorTest, SessionsKeepTheirDataApartFromRegistrationToUnregistration)
-{
-    auto chat = sptr<Messages>::MakeSptr();
-    ASSERT_EQ(Collaboration().RegisterCollaborationCallback(Target("Chat"), chat), EMU_OK);
-    auto [status, session] = Collaboration().StartCollaboration(4700, Target("Chat"), "hello");
-    ASSERT_EQ(status, EMU_OK);
-    EmulatorEvent started;
-    ASSERT_TRUE(emulator_.WaitForEvent("session.start", 0ms, &started));
-    EXPECT_EQ(started.payload, "hello");
-    const char raw[] = {'r', 'a', 'w'};
-    int32_t other = Collaboration().StartCollaboration(Target("Source"), Target("Nobody"), raw, sizeof(raw)).second;
-    EXPECT_EQ(emulator_.Sessions(), std::vector<int32_t>({session, other}));
-    EXPECT_EQ(Collaboration().SendCollaborationData(session, "app", 3), EMU_OK);
-    EXPECT_EQ(Collaboration().SendCollaborationData(other, "lost", 4), EMU_ERR_NOT_REGISTERED);
-    EXPECT_EQ(emulator_.PeerSendData(session, {'p', 'e', 'e', 'r'}), EMU_OK);
-    EXPECT_EQ(emulator_.PeerSendEvent(12345, "x"), EMU_ERR_UNKNOWN_SESSION);
-    EXPECT_EQ(Collaboration().StopCollaboration(session), EMU_OK);
-    EXPECT_EQ(Collaboration().StopCollaboration(session), EMU_ERR_UNKNOWN_SESSION);
-    const std::string id = std::to_string(session);
-    EXPECT_EQ(chat->Seen(),
-              std::vector<std::string>({"data " + id + " app", "data " + id + " peer", "event " + id + " stopped"}));
-    auto unknownKind = sptr<Tarnby::TargetInfo>::MakeSptr("peer", 7, "b", "a", 0);
-    EXPECT_EQ(Collaboration().StartCollaboration(1, unknownKind, "").first, EMU_ERR_BAD_TARGET);
-    EXPECT_EQ(Collaboration().UnRegisterCollaborationCallback(Target("Chat")), EMU_OK);
-    EXPECT_EQ(Collaboration().UnRegisterCollaborationCallback(Target("Chat")), EMU_ERR_NOT_REGISTERED);
-}
-
-TEST_F(EmulatorTest, TransfersFollowTheirStatesAndTellTheSurfaceCallback)
-{
-    auto &audio = Tarnby::AudioTransferAbility::GetInstance();
-    int32_t audioId = audio.InitAudioTransfer("peer", "Speaker", Tarnby::BusinessType(2)).second;
-    EXPECT_EQ(audio.StopAudioTransfer(audioId), EMU_ERR_WRONG_STATE);
-    EXPECT_EQ(audio.StartAudioTransfer(audioId), EMU_OK);
-    EXPECT_EQ(audio.StartAudioTransfer(audioId), EMU_ERR_WRONG_STATE);
-    EXPECT_EQ(audio.DeInitAudioTransfer(audioId, Tarnby::BusinessType(2)), EMU_ERR_WRONG_STATE); // stop first
-    EXPECT_EQ(audio.StopAudioTransfer(audioId), EMU_OK);
-    EXPECT_EQ(emulator_.AudioState(audioId), TransferState::STOPPED);
-    EXPECT_EQ(audio.DeInitAudioTransfer(audioId, Tarnby::BusinessType(2)), EMU_OK);
-    EXPECT_EQ(audio.StartAudioTransfer(audioId), EMU_ERR_UNKNOWN_CONNECTION);
-
-    auto &surface = Tarnby::SurfaceTransferAbility::GetInstance();
-    auto events = sptr<Events>::MakeSptr();
-    auto device = std::make_shared<Tarnby::RemoteDevice>(Tarnby::RemoteDevice{"TV", "", "", "", 0, 3, "abc"});
-    int32_t connId = surface.InitSurfaceTransfer(5, device, events);
-    ASSERT_GT(connId, audioId); // ids are fresh across kinds
-    EXPECT_EQ(surface.CastOperation(connId, Tarnby::CastOperationType(7)), EMU_ERR_WRONG_STATE);
-    EXPECT_EQ(surface.StartSurfaceTransfer(connId, "surface", "h264"), EMU_OK);
-    EXPECT_EQ(surface.CastOperation(connId, Tarnby::CastOperationType(7)), EMU_OK);
-    EXPECT_EQ(surface.StopSurfaceTransfer(connId), EMU_OK);
-    EXPECT_EQ(emulator_.SendSurfaceEvent(connId, 10001, 42, "pushed"), 0);
-    EXPECT_EQ(surface.DeInitSurfaceTransfer(connId), EMU_OK);
-    const std::string id = std::to_string(connId);
-    EXPECT_EQ(events->Seen(),
-              std::vector<std::string>({"0 40001 {\"connId\":" + id + ",\"state\":\"started\"}",
-                                        "7 10001 {\"connId\":" + id + ",\"operation\":7}",
-                                        "0 40002 {\"connId\":" + id + ",\"state\":\"stopped\"}", "42 10001 pushed"}));
-}
 
 TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
 {
