@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Compares two builds of benchmarks/parcel_benchmark on the same machine: runs them alternately ROUNDS times
 # (default 5) and prints, per benchmark, the median CPU time of each (wall time is unreliable on a shared machine) and the ratio new/old.
-#   scripts/parcel_bench_compare.sh <old parcel_benchmark> <new parcel_benchmark> [rounds]
+#   [FILTER=regex] scripts/parcel_bench_compare.sh <old parcel_benchmark> <new parcel_benchmark> [rounds]
 set -euo pipefail
 
 old="$1"
@@ -12,7 +12,7 @@ trap 'rm -rf "$out"' EXIT
 
 for round in $(seq "$rounds"); do
     for side in old new; do
-        "${!side}" --benchmark_format=json --benchmark_min_time=0.2 --benchmark_filter='BM_Parcel' \
+        "${!side}" --benchmark_format=json --benchmark_min_time=0.2 --benchmark_filter="${FILTER:-BM_Parcel}" \
             >"$out/$side.$round.json"
     done
 done

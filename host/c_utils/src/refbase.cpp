@@ -36,9 +36,11 @@ void RefCounter::IncRefCount()
     atomicRefCount_.fetch_add(1, std::memory_order_relaxed);
 }
 
+// A sole holder cannot race anyone (only a live object creates lineages), so it frees without a locked step.
 void RefCounter::DecRefCount()
 {
-    if (atomicRefCount_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    if (atomicRefCount_.load(std::memory_order_acquire) == 1 ||
+        atomicRefCount_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         delete this;
     }
 }
@@ -333,7 +335,12 @@ void RefBase::DecStrongRef(const void *objectId)
         OnLastStrongRef(objectId);
         if (!refs->IsLifeTimeExtended()) {
             // This holder's weak reference goes first: the object, and with it possibly the counter, goes next.
-            refs->atomicWeak_.fetch_sub(1, std::memory_order_acq_rel);
+            // Alone, it cannot race anyone: promotions fail from now on and only lineages hold the rest.
+            if (refs->atomicWeak_.load(std::memory_order_acquire) == 1) {
+                refs->atomicWeak_.store(0, std::memory_order_release);
+            } else {
+                refs->atomicWeak_.fetch_sub(1, std::memory_order_acq_rel);
+            }
             refs->DestroyObject();
             return;
         }

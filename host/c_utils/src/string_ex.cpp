@@ -243,8 +243,8 @@ bool IsSubStr(const std::string &str, const std::string &sub)
     return !str.empty() && !sub.empty() && str.find(sub) != std::string::npos;
 }
 
-std::string::size_type GetFirstSubStrBetween(const std::string &str, const std::string &left,
-                                             const std::string &right, std::string &sub)
+std::string::size_type GetFirstSubStrBetween(const std::string &str, const std::string &left, const std::string &right,
+                                             std::string &sub)
 {
     size_t leftAt = left.empty() || right.empty() ? std::string::npos : str.find(left);
     if (leftAt == std::string::npos) {

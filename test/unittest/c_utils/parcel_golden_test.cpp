@@ -428,7 +428,7 @@ TEST(ParcelGoldenTest, EveryReadRowBehavesAsOnThePlatform)
         ASSERT_NE(found, cases.end()) << "no replay";
         Parcel parcel;
         Prepare(parcel, row);
-        Steps steps{parcel};
+        Steps steps{parcel, {}, {}, {}};
         found->second(parcel, steps);
         auto join = [](const std::vector<std::string> &items, const char *separator) {
             std::string out;

@@ -57,11 +57,14 @@ struct Handle : public RefBase {
     uint64_t handle = 0;
     static Handle *Unmarshalling(Parcel &parcel)
     {
-        auto *flat = reinterpret_cast<const parcel_flat_binder_object *>(parcel.ReadBuffer(24));
-        auto *out = flat != nullptr ? new Handle() : nullptr;
-        if (out != nullptr) {
-            out->handle = flat->handle;
+        const uint8_t *data = parcel.ReadBuffer(sizeof(parcel_flat_binder_object));
+        if (data == nullptr) {
+            return nullptr;
         }
+        parcel_flat_binder_object flat; // the data is only 4-byte aligned
+        memcpy(&flat, data, sizeof(flat));
+        auto *out = new Handle();
+        out->handle = flat.handle;
         return out;
     }
 };
@@ -231,6 +234,7 @@ TEST(ParcelReadTest, BinderObjectsAreReadWholeOrNotAtAll)
 
 TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocator)
 {
+    CountingAllocator::allocs = CountingAllocator::reallocs = CountingAllocator::deallocs = 0;
     {
         Parcel parcel;
         EXPECT_FALSE(parcel.SetAllocator(nullptr));
