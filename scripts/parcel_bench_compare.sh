@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Compares two builds of benchmarks/parcel_benchmark on the same machine: runs them alternately ROUNDS times
-# (default 5) and prints, per benchmark, the median CPU time of each (wall time is unreliable on a shared machine) and the ratio new/old.
+# (default 5) and prints, per benchmark, the median CPU time of each and the ratio new/old (CPU time, because wall
+# time is unreliable on a shared machine).
 #   [FILTER=regex] scripts/parcel_bench_compare.sh <old parcel_benchmark> <new parcel_benchmark> [rounds]
 set -euo pipefail
 
