@@ -25,16 +25,6 @@ const uint8_t HELLO[] = {0x68, 0x65, 0x6c, 0x6c, 0x6f};
 const uint8_t AB = 0xAB;
 const uint8_t EIGHT[] = {1, 2, 3, 4, 5, 6, 7, 8};
 
-std::string Hex(const uint8_t *data, size_t size)
-{
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    for (size_t i = 0; i < size; i++) {
-        out += {digits[data[i] >> 4], digits[data[i] & 0xf]};
-    }
-    return out;
-}
-
 std::string Text(bool value)
 {
     return value ? "true" : "false";
@@ -51,17 +41,14 @@ const auto N = [](long long value) { return std::to_string(value); };
 const auto Q = [](const std::string &text) { return "\"" + text + "\""; };
 // Golden strings are ASCII; a local narrowing keeps the converter under test out of the comparison.
 const auto Q16 = [](const std::u16string &text) { return "u" + Q(std::string(text.begin(), text.end())); };
-const auto Tail = [](const Parcel &p, size_t from) {
-    return Hex(reinterpret_cast<const uint8_t *>(p.GetData()) + from, p.GetDataSize() - from);
-};
 const auto Buf = [](const uint8_t *data, size_t length) {
     return data == nullptr ? "nullptr" : "non-null -> " + (length == 0 ? "(0 bytes)" : Hex(data, length));
 };
 const auto Size = [](auto ok, const Parcel &p) { return Text(ok) + " size=" + N(p.GetDataSize()); };
 const auto SizeCap = [](auto ok, const Parcel &p) { return Size(ok, p) + " cap=" + N(p.GetDataCapacity()); };
 const auto Cap = [](bool ok, const Parcel &p) { return B(ok) + " cap=" + N(p.GetDataCapacity()); };
-const auto Bytes = [](bool ok, const Parcel &p) { return Size(ok, p) + " bytes=" + Tail(p, 0); };
-const auto Tailed = [](bool ok, Parcel &p, size_t n) { return Size(ok, p) + " tail=" + Tail(p, p.GetDataSize() - n); };
+const auto Bytes = [](bool ok, const Parcel &p) { return Size(ok, p) + " bytes=" + Hex(p); };
+const auto Tailed = [](bool ok, Parcel &p, size_t n) { return Size(ok, p) + " tail=" + Hex(p, p.GetDataSize() - n); };
 
 std::string R(std::initializer_list<bool> results)
 {
@@ -411,7 +398,7 @@ TEST(ParcelGoldenTest, EveryWriteRowGivesThePlatformBytes)
         std::string outcome = "returns " + returns + "; size " + N(parcel.GetDataSize());
         std::string notes = row.at("notes") + ";";
         EXPECT_EQ(notes.substr(0, notes.find(';', notes.find("; size") + 1)), outcome);
-        EXPECT_EQ(Tail(parcel, 0), row.at("hex"));
+        EXPECT_EQ(Hex(parcel), row.at("hex"));
         cases.erase(found);
     }
     EXPECT_TRUE(cases.empty()) << cases.begin()->first << " replays no recorded row";

@@ -16,17 +16,6 @@ using namespace OHOS;
 
 namespace {
 
-std::string Hex(const Parcel &p)
-{
-    std::string out;
-    char digits[3];
-    for (size_t i = 0; i < p.GetDataSize(); i++) {
-        snprintf(digits, sizeof(digits), "%02x", reinterpret_cast<const uint8_t *>(p.GetData())[i]);
-        out += digits;
-    }
-    return out;
-}
-
 // Writes `values`, checks the bytes, reads them back from a fresh cursor and checks the cursor ends on the data end.
 template <typename T>
 void ExpectVector(bool (Parcel::*write)(const std::vector<T> &), bool (Parcel::*read)(std::vector<T> *),
@@ -69,22 +58,22 @@ struct Handle : public RefBase {
     }
 };
 
-// Leaks of the allocator itself show in the ASan build.
-struct CountingAllocator : public DefaultAllocator {
-    static inline int allocs = 0, reallocs = 0, deallocs = 0;
+// Journals its calls (a, r, d); leaks of the allocator itself show in the ASan build.
+struct JournalAllocator : public DefaultAllocator {
+    static inline std::string calls;
     void *Alloc(size_t size) override
     {
-        allocs++;
+        calls += "a";
         return DefaultAllocator::Alloc(size);
     }
     void *Realloc(void *data, size_t size) override
     {
-        reallocs++;
+        calls += "r";
         return DefaultAllocator::Realloc(data, size);
     }
     void Dealloc(void *data) override
     {
-        deallocs++;
+        calls += "d";
         DefaultAllocator::Dealloc(data);
     }
 };
@@ -234,20 +223,18 @@ TEST(ParcelReadTest, BinderObjectsAreReadWholeOrNotAtAll)
 
 TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocator)
 {
-    CountingAllocator::allocs = CountingAllocator::reallocs = CountingAllocator::deallocs = 0;
+    JournalAllocator::calls.clear();
     {
         Parcel parcel;
         EXPECT_FALSE(parcel.SetAllocator(nullptr));
         ASSERT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(2));
-        ASSERT_TRUE(parcel.SetAllocator(new CountingAllocator()));
-        EXPECT_EQ(CountingAllocator::allocs, 1);
+        ASSERT_TRUE(parcel.SetAllocator(new JournalAllocator()));
         EXPECT_EQ(parcel.GetDataCapacity(), 8u);
         EXPECT_EQ(Hex(parcel), "0100000002000000");
         ASSERT_TRUE(parcel.WriteInt32(3)); // grows through the new allocator
-        EXPECT_EQ(CountingAllocator::reallocs, 1);
         EXPECT_EQ(parcel.ReadInt32(), 1);
     }
-    EXPECT_EQ(CountingAllocator::deallocs, 1);
+    EXPECT_EQ(JournalAllocator::calls, "ard"); // copied into its own block, grown, freed with the parcel
 }
 
 TEST(ParcelWriteTest, WriteFaultFailsExactlyTheNthWriteOnThisThread)
