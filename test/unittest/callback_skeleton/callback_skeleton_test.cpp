@@ -172,7 +172,8 @@ TEST_F(CallbackTest, EventsReachOnEventAndOtherServiceCodesAnswerNothing)
     for (const auto &[serviceType, sub] : {std::pair{102u, 104u}, {100u, 1u}, {501u, 502u}}) {
         MessageParcel reply;
         EXPECT_EQ(hooks_->Deliver(
-                      101, [&](MessageParcel &data) { WriteServiceCode(data, serviceType, sub); }, reply),
+                      101, [type = serviceType, sub = sub](MessageParcel &data) { WriteServiceCode(data, type, sub); },
+                      reply),
                   0);
         EXPECT_EQ(reply.GetDataSize(), 0u);
     }

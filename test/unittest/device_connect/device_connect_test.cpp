@@ -149,7 +149,7 @@ TEST_F(DeviceConnectTest, StateChangeHandsTheExtraInfoOverAsSent)
                                        {large, false}}) {
         SCOPED_TRACE(extra.substr(0, 20));
         EXPECT_EQ(Deliver(504,
-                          [&, hasFd = hasFd](MessageParcel &data) {
+                          [&extra = extra, hasFd = hasFd](MessageParcel &data) {
                               WriteStateChange(data, extra, hasFd);
                               data.WriteFileDescriptor(0);
                           }),
