@@ -234,13 +234,19 @@ TEST(HiLogSinkTest, ReplacedSinkIsNeverCalledAgainWhileOthersLog)
 {
     struct Sink {
         std::atomic<bool> replaced{false};
+        std::atomic<int> calls{0};
         std::atomic<int> lateCalls{0};
     };
     std::vector<std::unique_ptr<Sink>> sinks;
     auto install = [&sinks] {
         sinks.push_back(std::make_unique<Sink>());
         Sink *sink = sinks.back().get();
-        HiLogSetSink([sink](const HiLogRecord &) { sink->lateCalls += sink->replaced.load() ? 1 : 0; });
+        // A call still running once its replacement has been installed counts as late too.
+        HiLogSetSink([sink](const HiLogRecord &) {
+            sink->calls++;
+            std::this_thread::yield();
+            sink->lateCalls += sink->replaced.load() ? 1 : 0;
+        });
         if (sinks.size() > 1) {
             sinks[sinks.size() - 2]->replaced = true; // from here on it must never run
         }
@@ -255,7 +261,10 @@ TEST(HiLogSinkTest, ReplacedSinkIsNeverCalledAgainWhileOthersLog)
             }
         });
     }
-    for (int round = 0; round < 2000; round++) {
+    for (int round = 0; round < 1000; round++) {
+        while (sinks.back()->calls == 0) {
+            std::this_thread::yield(); // every sink is in use when it is replaced
+        }
         install();
     }
     stop = true;
