@@ -10,6 +10,8 @@ public:
     static pid_t GetCallingPid();
     // The same rule for the uid.
     static pid_t GetCallingUid();
+    // The most IPC threads this process runs at once to serve requests (default 16); false outside 1..256.
+    static bool SetMaxWorkThreadNum(int maxThreadNum);
 };
 } // namespace OHOS
 

@@ -1,6 +1,10 @@
 #include "object_registry.h"
 
+#include <sys/socket.h>
+
 #include <new>
+
+#include "connection.h"
 
 #include "host_ipc.h"
 #include "host_ipc_proxy.h"
@@ -82,6 +86,13 @@ void ObjectRegistry::Kill(const sptr<IRemoteObject> &object)
     }
 }
 
+bool ObjectRegistry::IsKilled(const sptr<IRemoteObject> &object)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = entries_.find(object.GetRefPtr());
+    return found != entries_.end() && found->second.killed && found->second.target.promote() == object;
+}
+
 void ObjectRegistry::Forget(const IRemoteObject *key, const IPCObjectProxy *proxy)
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -96,13 +107,67 @@ void ObjectRegistry::Forget(const IRemoteObject *key, const IPCObjectProxy *prox
     }
 }
 
+sptr<IRemoteObject> ObjectRegistry::TargetOf(const sptr<IRemoteObject> &object)
+{
+    auto *proxy = object == nullptr ? nullptr : dynamic_cast<IPCObjectProxy *>(object.GetRefPtr());
+    if (proxy == nullptr) {
+        return object;
+    }
+    bool dead = false;
+    return proxy->Target(dead);
+}
+
+namespace {
+// In the cross-process mode a proxy to an object of this process goes through a connection to itself, so that
+// every request crosses a real socket.
+struct Loopback {
+    std::shared_ptr<Connection> exporter;
+    std::shared_ptr<Connection> importer;
+};
+
+Loopback &TheLoopback()
+{
+    static Loopback *loopback = [] {
+        auto *made = new Loopback();
+        int sockets[2];
+        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) == 0) {
+            made->exporter = Connection::Open(sockets[0]);
+            made->importer = Connection::Open(sockets[1]);
+        }
+        return made;
+    }();
+    return *loopback;
+}
+} // namespace
+
 sptr<IRemoteObject> GetProxy(const sptr<IRemoteObject> &object)
 {
-    return ObjectRegistry::Get().ProxyFor(object);
+    if (CrossProcessDirectory().empty() || object == nullptr || object->IsProxyObject() ||
+        ObjectRegistry::Get().IsKilled(object)) {
+        return ObjectRegistry::Get().ProxyFor(object);
+    }
+    Loopback &loopback = TheLoopback();
+    if (loopback.exporter == nullptr || loopback.importer == nullptr) {
+        return nullptr;
+    }
+    return loopback.importer->Import(loopback.exporter->Export(object));
 }
 
 void KillObject(const sptr<IRemoteObject> &object)
 {
+    sptr<IRemoteObject> target = ObjectRegistry::TargetOf(object);
+    if (auto *remote = dynamic_cast<RemoteHandle *>(target.GetRefPtr())) {
+        Loopback &loopback = TheLoopback();
+        sptr<IRemoteObject> local = remote->GetConnection() == loopback.importer
+                                        ? loopback.exporter->Exported(remote->Handle())
+                                        : nullptr;
+        return local != nullptr ? KillObject(local) : ObjectRegistry::Get().Kill(object);
+    }
     ObjectRegistry::Get().Kill(object);
+    if (target != nullptr) {
+        for (const auto &connection : Connection::All()) {
+            connection->KillExport(target.GetRefPtr());
+        }
+    }
 }
 } // namespace OHOS::HostIpc
