@@ -28,6 +28,7 @@ struct Flat {
 };
 constexpr size_t FLAT_SIZE = sizeof(Flat);
 constexpr size_t ALIGNMENT = 4;
+constexpr uint64_t DEAD_AT_BIRTH = 2; // cookie of an object that died before it was sent
 
 std::mutex g_allMutex;
 std::vector<std::weak_ptr<Connection>> g_all;
@@ -92,7 +93,7 @@ Connection::~Connection()
     close(socket_);
 }
 
-std::shared_ptr<Connection> Connection::Open(int socket)
+std::shared_ptr<Connection> Connection::Open(int socket, const sptr<IRemoteObject> &root)
 {
     std::shared_ptr<Connection> connection(new (std::nothrow) Connection(socket));
     if (connection == nullptr) {
@@ -106,6 +107,9 @@ std::shared_ptr<Connection> Connection::Open(int socket)
         return nullptr;
     }
     connection->peer_ = Identity{credentials.pid, static_cast<pid_t>(credentials.uid)};
+    if (root != nullptr) {
+        connection->Export(root); // before the reader runs: the peer may release it at once
+    }
     try {
         std::thread([connection] { connection->ReadLoop(); }).detach();
     } catch (const std::system_error &error) {
@@ -149,25 +153,76 @@ sptr<IRemoteObject> Connection::Exported(uint64_t handle)
     return found == exports_.end() ? nullptr : found->second.object;
 }
 
+sptr<RemoteHandle> Connection::ImportHandle(uint64_t handle)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    ImportSlot &slot = imports_[handle];
+    sptr<RemoteHandle> remote = slot.handle.promote();
+    if (remote == nullptr) {
+        remote = new (std::nothrow) RemoteHandle(shared_from_this(), handle);
+        if (remote == nullptr) {
+            imports_.erase(handle);
+            return nullptr;
+        }
+        slot.address = remote.GetRefPtr();
+        slot.handle = remote;
+        remote->dead_ = dead_;
+    }
+    remote->acquired_++;
+    return remote;
+}
+
 sptr<IRemoteObject> Connection::Import(uint64_t handle)
 {
-    sptr<RemoteHandle> remote;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ImportSlot &slot = imports_[handle];
-        remote = slot.handle.promote();
-        if (remote == nullptr) {
-            remote = new (std::nothrow) RemoteHandle(shared_from_this(), handle);
-            if (remote == nullptr) {
-                return nullptr;
-            }
-            slot.address = remote.GetRefPtr();
-            slot.handle = remote;
-            remote->dead_ = dead_;
+    sptr<RemoteHandle> remote = ImportHandle(handle);
+    return remote == nullptr ? nullptr : ObjectRegistry::Get().ProxyFor(remote);
+}
+
+const Connection::LoopbackPair &Connection::TheLoopback()
+{
+    static const LoopbackPair *loopback = [] {
+        auto *made = new LoopbackPair();
+        int sockets[2];
+        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0) {
+            return made;
         }
-        remote->acquired_++;
+        made->exporter = Connection::Open(sockets[0]);
+        made->importer = Connection::Open(sockets[1]);
+        if (made->exporter == nullptr || made->importer == nullptr) {
+            made->exporter = nullptr;
+            made->importer = nullptr;
+            return made;
+        }
+        made->exporter->loopback_ = true;
+        made->importer->loopback_ = true;
+        return made;
+    }();
+    return *loopback;
+}
+
+const std::shared_ptr<Connection> &Connection::LoopbackExporter()
+{
+    return TheLoopback().exporter;
+}
+
+const std::shared_ptr<Connection> &Connection::LoopbackImporter()
+{
+    return TheLoopback().importer;
+}
+
+// Within the process every object crossing its own connection arrives as the one shared proxy, as across the
+// simulated boundary: the exporting end counts it, the importing end holds it. 0: it arrives dead.
+uint64_t Connection::ExportForLoopback(const sptr<IRemoteObject> &object, const sptr<IRemoteObject> &target)
+{
+    sptr<IRemoteObject> local = target;
+    auto *remote = dynamic_cast<RemoteHandle *>(target.GetRefPtr());
+    if (remote != nullptr) {
+        local = remote->GetConnection() == LoopbackImporter() ? LoopbackExporter()->Exported(remote->Handle()) : object;
     }
-    return ObjectRegistry::Get().ProxyFor(remote);
+    if (local == nullptr || local->IsObjectDead() || ObjectRegistry::Get().IsKilled(local)) {
+        return 0;
+    }
+    return LoopbackExporter()->Export(local);
 }
 
 void Connection::DropImport(RemoteHandle &handle)
@@ -193,12 +248,12 @@ void Connection::DropImport(RemoteHandle &handle)
 // Nothing left to call in either direction: the connection has done its work.
 void Connection::CloseIfIdleLocked()
 {
-    if (!dead_ && imports_.empty() && exports_.empty()) {
+    if (!dead_ && !loopback_ && imports_.empty() && exports_.empty()) {
         shutdown(socket_, SHUT_RDWR);
     }
 }
 
-void Connection::KillExport(const IRemoteObject *object)
+uint64_t Connection::KillExport(const IRemoteObject *object)
 {
     FrameHeader dead = NewHeader(FrameKind::OBJECT_DEAD);
     sptr<IRemoteObject> released;
@@ -206,7 +261,7 @@ void Connection::KillExport(const IRemoteObject *object)
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = exportHandles_.find(object);
         if (found == exportHandles_.end()) {
-            return;
+            return 0;
         }
         dead.handle = found->second;
         released = std::move(exports_[found->second].object);
@@ -215,7 +270,10 @@ void Connection::KillExport(const IRemoteObject *object)
         retired_.push_back(dead.handle);
     }
     Send(dead, nullptr);
+    return dead.handle;
 }
+
+
 
 bool Connection::IsDead()
 {
@@ -286,7 +344,7 @@ bool Connection::HandleFrame(std::vector<uint8_t> &message, ReceivedFds &fds, st
         case FrameKind::RELEASE:
             return HandleRelease(header, why);
         case FrameKind::OBJECT_DEAD:
-            HandleObjectDead(header.handle);
+            ImportDied(header.handle);
             return true;
         default:
             why = "unknown frame kind";
@@ -347,6 +405,9 @@ bool Connection::Decode(Incoming &frame, MessageParcel &to, std::string &why)
             std::memcpy(data + entry.offset, &flat, FLAT_SIZE);
         }
     }
+    if (header.maxCapacity > to.GetMaxCapacity()) {
+        to.SetMaxCapacity(header.maxCapacity); // the sender's raised limit travels with the parcel, as in-process
+    }
     if (!ParcelCrossing::Adopt(to, data, header.dataSize, entries)) {
         why = "the parcel cannot hold the data";
         return false;
@@ -375,20 +436,23 @@ bool Connection::DecodeEntry(Incoming &frame, size_t offset, size_t &fdIndex, Ta
         }
         uint64_t address = reinterpret_cast<uintptr_t>(entry.object.GetRefPtr());
         flat = Flat{TYPE_BINDER, FLAT_FLAGS, address, address};
-    } else if (flat.type == TYPE_BINDER) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ImportSlot &slot = imports_[flat.handle];
-        sptr<RemoteHandle> remote = slot.handle.promote();
+    } else if (flat.type == TYPE_BINDER && flat.cookie == DEAD_AT_BIRTH) {
+        sptr<RemoteHandle> remote = new (std::nothrow) RemoteHandle(shared_from_this(), 0);
         if (remote == nullptr) {
-            remote = new (std::nothrow) RemoteHandle(shared_from_this(), flat.handle);
-            if (remote == nullptr) {
-                why = "no memory for a proxy";
-                return false;
-            }
-            slot.address = remote.GetRefPtr();
-            slot.handle = remote;
+            why = "no memory for a proxy";
+            return false;
         }
-        remote->acquired_++;
+        remote->dead_ = true;
+        ObjectRegistry::Get().Kill(remote);
+        entry.object = remote;
+        imported.push_back(remote);
+        return true;
+    } else if (flat.type == TYPE_BINDER) {
+        sptr<RemoteHandle> remote = (loopback_ ? LoopbackImporter() : shared_from_this())->ImportHandle(flat.handle);
+        if (remote == nullptr) {
+            why = "no memory for a proxy";
+            return false;
+        }
         entry.object = remote;
         imported.push_back(remote);
         return true;
@@ -515,7 +579,7 @@ bool Connection::HandleRelease(const FrameHeader &header, std::string &why)
     return true;
 }
 
-void Connection::HandleObjectDead(uint64_t handle)
+void Connection::ImportDied(uint64_t handle)
 {
     sptr<RemoteHandle> remote;
     {
@@ -571,6 +635,7 @@ bool Connection::Encode(FrameHeader header, const MessageParcel &parcel, std::ve
     std::vector<TableEntry> table = ParcelCrossing::Table(parcel);
     size_t dataSize = parcel.GetDataSize();
     header.dataSize = dataSize;
+    header.maxCapacity = static_cast<uint32_t>(std::min<size_t>(parcel.GetMaxCapacity(), UINT32_MAX));
     header.objectCount = static_cast<uint32_t>(table.size());
     size_t tableSize = table.size() * sizeof(uint64_t);
     header.dataInMemfd = sizeof(FrameHeader) + tableSize + dataSize > MAX_MESSAGE ? 1 : 0;
@@ -588,8 +653,13 @@ bool Connection::Encode(FrameHeader header, const MessageParcel &parcel, std::ve
             sptr<IRemoteObject> object = entry.object;
             sptr<IRemoteObject> target = ObjectRegistry::TargetOf(object);
             auto *remote = dynamic_cast<RemoteHandle *>(target.GetRefPtr());
-            if (remote != nullptr && remote->GetConnection().get() == this) {
+            if (loopback_) {
+                flat.handle = ExportForLoopback(object, target);
+                flat.cookie = flat.handle == 0 ? DEAD_AT_BIRTH : 0;
+            } else if (remote != nullptr && remote->GetConnection().get() == this) {
                 flat = Flat{TYPE_HANDLE, FLAT_FLAGS, remote->Handle(), 0}; // back to the process that owns it
+            } else if (object->IsObjectDead() || ObjectRegistry::Get().IsKilled(object)) {
+                flat.cookie = DEAD_AT_BIRTH; // nothing to call: it arrives as a dead proxy
             } else {
                 // A local object, or a proxy to a third process that this one forwards to.
                 flat.handle = Export(remote == nullptr && target != nullptr ? target : object);
@@ -719,6 +789,9 @@ const std::string &CrossProcessDirectory()
             return path;
         }
         struct stat info {};
+        for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+            mkdir(path.substr(0, slash).c_str(), S_IRWXU); // missing parents too, private as well
+        }
         if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
             HILOG_IPC_ERROR("registry directory %{public}s cannot be created: errno %{public}d", path.c_str(), errno);
         } else if (lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || info.st_uid != getuid()) {

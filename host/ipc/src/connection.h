@@ -56,8 +56,13 @@ class Connection : public std::enable_shared_from_this<Connection> {
 public:
     static constexpr uint64_t ROOT_HANDLE = 1;
 
-    // Takes `socket` (a connected SOCK_SEQPACKET socket) and starts the reader; nullptr on failure (socket closed).
-    static std::shared_ptr<Connection> Open(int socket);
+    // Takes `socket` (a connected SOCK_SEQPACKET socket), exports `root` (if any) as ROOT_HANDLE and starts the
+    // reader; nullptr on failure (socket closed).
+    static std::shared_ptr<Connection> Open(int socket, const sptr<IRemoteObject> &root = nullptr);
+    // The process's connection to itself: every proxy to an object of this process is imported through it, so
+    // that requests between objects of one process also cross a socket. Both ends are null if it cannot be made.
+    static const std::shared_ptr<Connection> &LoopbackExporter();
+    static const std::shared_ptr<Connection> &LoopbackImporter();
     ~Connection();
 
     // Counts one more reference of the peer to `object` and gives its handle.
@@ -68,11 +73,14 @@ public:
     sptr<IRemoteObject> Exported(uint64_t handle);
     int Transact(uint64_t handle, uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option);
     // The peer's proxies to `object` die; its handle is retired.
-    void KillExport(const IRemoteObject *object);
+    // Returns the retired handle, 0 when the object was not exported here.
+    uint64_t KillExport(const IRemoteObject *object);
     bool IsDead();
     // Ends the connection as if the peer had gone: everything imported dies, everything exported is released.
     void Close();
 
+    // The peer said its object `handle` died: the proxies to it die (the recipients are told on an IPC thread).
+    void ImportDied(uint64_t handle);
     // Every live connection of the process, for KillObject.
     static std::vector<std::shared_ptr<Connection>> All();
 
@@ -96,14 +104,21 @@ private:
         ReceivedFds *fds = nullptr;
     };
 
+    struct LoopbackPair {
+        std::shared_ptr<Connection> exporter;
+        std::shared_ptr<Connection> importer;
+    };
+    static const LoopbackPair &TheLoopback();
+
     explicit Connection(int socket);
+    sptr<RemoteHandle> ImportHandle(uint64_t handle);
+    uint64_t ExportForLoopback(const sptr<IRemoteObject> &object, const sptr<IRemoteObject> &target);
     void ReadLoop();
     // False (with `why`) for a frame that breaks the rules: the connection is then closed.
     bool HandleFrame(std::vector<uint8_t> &message, ReceivedFds &fds, std::string &why);
     bool HandleRequest(Incoming &frame, std::string &why);
     bool HandleReply(Incoming &frame, std::string &why);
     bool HandleRelease(const FrameHeader &header, std::string &why);
-    void HandleObjectDead(uint64_t handle);
     // Builds the parcel the frame carries into `to`: the peer's objects as proxies, ours as themselves.
     bool Decode(Incoming &frame, MessageParcel &to, std::string &why);
     bool DecodeEntry(Incoming &frame, size_t offset, size_t &fdIndex, TableEntry &entry,
@@ -121,6 +136,7 @@ private:
     Identity peer_{};
     std::mutex mutex_;
     bool dead_ = false;
+    bool loopback_ = false; // one end of the process's connection to itself: never closed for idleness
     std::map<uint64_t, ExportSlot> exports_;
     std::map<const IRemoteObject *, uint64_t> exportHandles_;
     std::map<uint64_t, ImportSlot> imports_;

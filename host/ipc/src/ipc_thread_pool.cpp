@@ -101,9 +101,13 @@ void IpcThreadPool::WorkerLoop()
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         idle_++;
-        bool woken = wakeUp_.wait_for(lock, idleTime_, [this] { return !tasks_.empty() || threads_ > maxThreads_; });
+        auto idleSince = std::chrono::steady_clock::now();
+        // The idle time is read on every wake-up, so a shortened one takes effect for threads already waiting.
+        while (tasks_.empty() && threads_ <= maxThreads_ && std::chrono::steady_clock::now() - idleSince < idleTime_) {
+            wakeUp_.wait_until(lock, idleSince + idleTime_);
+        }
         idle_--;
-        if (!woken || tasks_.empty()) {
+        if (tasks_.empty()) {
             break; // idle for too long, or one thread too many after the maximum was lowered
         }
         std::function<void()> task = std::move(tasks_.front());

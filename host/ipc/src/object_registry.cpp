@@ -117,56 +117,36 @@ sptr<IRemoteObject> ObjectRegistry::TargetOf(const sptr<IRemoteObject> &object)
     return proxy->Target(dead);
 }
 
-namespace {
-// In the cross-process mode a proxy to an object of this process goes through a connection to itself, so that
-// every request crosses a real socket.
-struct Loopback {
-    std::shared_ptr<Connection> exporter;
-    std::shared_ptr<Connection> importer;
-};
-
-Loopback &TheLoopback()
-{
-    static Loopback *loopback = [] {
-        auto *made = new Loopback();
-        int sockets[2];
-        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) == 0) {
-            made->exporter = Connection::Open(sockets[0]);
-            made->importer = Connection::Open(sockets[1]);
-        }
-        return made;
-    }();
-    return *loopback;
-}
-} // namespace
-
 sptr<IRemoteObject> GetProxy(const sptr<IRemoteObject> &object)
 {
     if (CrossProcessDirectory().empty() || object == nullptr || object->IsProxyObject() ||
         ObjectRegistry::Get().IsKilled(object)) {
         return ObjectRegistry::Get().ProxyFor(object);
     }
-    Loopback &loopback = TheLoopback();
-    if (loopback.exporter == nullptr || loopback.importer == nullptr) {
+    const auto &exporter = Connection::LoopbackExporter();
+    if (exporter == nullptr) {
         return nullptr;
     }
-    return loopback.importer->Import(loopback.exporter->Export(object));
+    return Connection::LoopbackImporter()->Import(exporter->Export(object));
 }
 
 void KillObject(const sptr<IRemoteObject> &object)
 {
     sptr<IRemoteObject> target = ObjectRegistry::TargetOf(object);
     if (auto *remote = dynamic_cast<RemoteHandle *>(target.GetRefPtr())) {
-        Loopback &loopback = TheLoopback();
-        sptr<IRemoteObject> local = remote->GetConnection() == loopback.importer
-                                        ? loopback.exporter->Exported(remote->Handle())
+        sptr<IRemoteObject> local = remote->GetConnection() == Connection::LoopbackImporter()
+                                        ? Connection::LoopbackExporter()->Exported(remote->Handle())
                                         : nullptr;
         return local != nullptr ? KillObject(local) : ObjectRegistry::Get().Kill(object);
     }
     ObjectRegistry::Get().Kill(object);
-    if (target != nullptr) {
-        for (const auto &connection : Connection::All()) {
-            connection->KillExport(target.GetRefPtr());
+    if (target == nullptr) {
+        return;
+    }
+    for (const auto &connection : Connection::All()) {
+        uint64_t handle = connection->KillExport(target.GetRefPtr());
+        if (handle != 0 && connection == Connection::LoopbackExporter()) {
+            Connection::LoopbackImporter()->ImportDied(handle); // at once, as the simulated boundary does
         }
     }
 }

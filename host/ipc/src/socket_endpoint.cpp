@@ -49,10 +49,7 @@ void AcceptLoop(int listening, sptr<IRemoteObject> object)
             }
             break; // StopServing shut the socket down
         }
-        std::shared_ptr<Connection> connection = Connection::Open(accepted);
-        if (connection != nullptr) {
-            connection->Export(object); // the first handle: what the peer connected for
-        }
+        Connection::Open(accepted, object); // the first handle: what the peer connected for
     }
     close(listening);
 }

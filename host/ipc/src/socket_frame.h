@@ -32,7 +32,7 @@ struct FrameHeader {
     uint32_t objectCount;
     uint32_t fdCount; // descriptors the object table carries (the data memfd not counted)
     uint32_t waitTime;
-    uint32_t reserved;
+    uint32_t maxCapacity; // the sender's parcel limit, so a raised one travels
 };
 
 inline FrameHeader NewHeader(FrameKind kind)

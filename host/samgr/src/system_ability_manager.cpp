@@ -69,10 +69,11 @@ public:
     sptr<IRemoteObject> Find(int32_t systemAbilityId)
     {
         lookups_++;
-        if (HostSamgr::SocketRegistry::Get().Enabled()) {
+        sptr<IRemoteObject> ability = Registered(systemAbilityId);
+        if (ability == nullptr && HostSamgr::SocketRegistry::Get().Enabled()) {
+            // Registered by another process. One of this process goes through its connection to itself.
             return IsValidId(systemAbilityId) ? HostSamgr::SocketRegistry::Get().Find(systemAbilityId) : nullptr;
         }
-        sptr<IRemoteObject> ability = Registered(systemAbilityId);
         sptr<IRemoteObject> proxy = HostIpc::GetProxy(ability);
         if (proxy != nullptr && proxy->IsObjectDead()) {
             Forget(systemAbilityId, ability);
@@ -114,6 +115,9 @@ private:
         if (found != abilities_.end() && found->second == ability) {
             removed = std::move(found->second);
             abilities_.erase(found);
+            if (HostSamgr::SocketRegistry::Get().Enabled()) {
+                HostSamgr::SocketRegistry::Get().Remove(systemAbilityId);
+            }
         }
     }
 
