@@ -28,7 +28,7 @@ public:
     static std::string GetLocalDeviceID();
     // Whether the request being served comes from this device; true outside any request as well.
     static bool IsLocalCalling();
-    // Caps the number of IPC threads of this process. Zero or negative gives false and changes nothing.
+    // The most IPC threads this process runs at once to serve requests (default 16); false outside 1..256.
     static bool SetMaxWorkThreadNum(int maxThreadNum);
     // The context object (the system ability manager's object); null until one is set.
     static sptr<IRemoteObject> GetContextObject();

@@ -65,6 +65,10 @@ enum {
     IPC_STUB_CURRENT_NULL_ERR = 304,
     IPC_STUB_UNKNOW_TRANS_ERR = 305,
 };
+
+// A synchronous request whose wait time (MessageOption::GetWaitTime, seconds) ran out before the reply came:
+// the common time-out code of the platform's utilities, errno ETIMEDOUT on top of the zero offset.
+constexpr int ERR_TIMED_OUT = BASE_ERR_OFFSET + ETIMEDOUT;
 } // namespace OHOS
 
 #endif // OHOS_IPC_IPC_TYPES_H

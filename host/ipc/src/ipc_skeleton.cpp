@@ -25,8 +25,6 @@ ContextHolder &Context()
     return *holder;
 }
 
-std::atomic<int> g_maxWorkThreadNum{0};
-
 HostIpc::Identity Caller()
 {
     const HostIpc::Identity *caller = HostIpc::CallingIdentity();
@@ -79,16 +77,6 @@ std::string IPCSkeleton::GetLocalDeviceID()
 
 bool IPCSkeleton::IsLocalCalling()
 {
-    return true;
-}
-
-// The thread pool reads the cap; this only validates and records it.
-bool IPCSkeleton::SetMaxWorkThreadNum(int maxThreadNum)
-{
-    if (maxThreadNum <= 0) {
-        return false;
-    }
-    g_maxWorkThreadNum.store(maxThreadNum, std::memory_order_relaxed);
     return true;
 }
 

@@ -12,6 +12,7 @@
 #include "flat_object.h"
 #include "ipc_log.h"
 #include "ipc_object_proxy.h"
+#include "socket_frame.h"
 #include "iremote_object.h"
 
 namespace OHOS {
@@ -24,24 +25,11 @@ int DuplicateFd(int fd)
     return fcntl(fd, F_DUPFD_CLOEXEC, 0);
 }
 
-// The block lives in an anonymous shared memory file so that only a descriptor crosses.
+// The block lives in a sealed anonymous shared memory file so that only a descriptor crosses and the receiver's
+// read-only mapping can never change or shrink under it.
 int CreateRawDataFile(const void *data, size_t size)
 {
-    int fd = memfd_create("host-ipc-rawdata", MFD_CLOEXEC);
-    if (fd < 0) {
-        return -1;
-    }
-    void *area = MAP_FAILED;
-    if (ftruncate(fd, static_cast<off_t>(size)) == 0) {
-        area = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    }
-    if (area == MAP_FAILED) {
-        close(fd);
-        return -1;
-    }
-    std::memcpy(area, data, size);
-    munmap(area, size);
-    return fd;
+    return HostIpc::CreateSealedMemfd(data, size, "host-ipc-rawdata");
 }
 } // namespace
 
