@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test three times: a normal build; an AddressSanitizer + UndefinedBehaviorSanitizer build
 # (clang) that also runs each libFuzzer target for a short while; and a ThreadSanitizer build. Any sanitizer report
-# or fuzzer finding fails the run. Installs missing packages first.
+# or fuzzer finding fails the run. Installs missing packages first. After the normal build: the device build files
+# built and tested with gn on the host, and an out-of-tree consumer of the installed SDK.
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -17,6 +18,14 @@ run_suite()
 echo "== normal build =="
 bash "$root/scripts/setup.sh" "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
 run_suite "$root/build"
+
+echo "== device build files (gn host check) =="
+bash "$root/scripts/gn_check.sh" "$root/build"
+
+echo "== installed SDK and an out-of-tree consumer =="
+rm -rf "$root/build/sdk-prefix"
+cmake --install "$root/build" --prefix "$root/build/sdk-prefix" >/dev/null
+bash "$root/scripts/consumer_test.sh" "$root/build/sdk-prefix" "$root/build/consumer"
 
 echo "== sanitizer build (ASan + UBSan, clang, with the fuzz targets) =="
 bash "$root/scripts/setup.sh" "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DTARNBY_SANITIZE=ON \

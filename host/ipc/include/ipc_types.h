@@ -15,7 +15,19 @@ enum {
     LAST_CALL_TRANSACTION = 0x00ffffff,
     PING_TRANSACTION = ZIPC_PACK_CHARS('_', 'P', 'N', 'G'),
     DUMP_TRANSACTION = ZIPC_PACK_CHARS('_', 'D', 'M', 'P'),
+    SHELL_COMMAND_TRANSACTION = ZIPC_PACK_CHARS('_', 'C', 'M', 'D'),
     INTERFACE_TRANSACTION = ZIPC_PACK_CHARS('_', 'N', 'T', 'F'),
+    SYSPROPS_TRANSACTION = ZIPC_PACK_CHARS('_', 'S', 'P', 'R'),
+    SYNCHRONIZE_REFERENCE = ZIPC_PACK_CHARS('_', 'S', 'Y', 'C'),
+    INVOKE_LISTEN_THREAD = ZIPC_PACK_CHARS('_', 'I', 'L', 'T'),
+    GET_PID_UID = ZIPC_PACK_CHARS('_', 'G', 'P', 'U'),
+    GET_PROTO_INFO = ZIPC_PACK_CHARS('_', 'G', 'R', 'I'),
+    GET_SESSION_NAME = ZIPC_PACK_CHARS('_', 'G', 'S', 'N'),
+    GET_SESSION_NAME_PID_UID = ZIPC_PACK_CHARS('_', 'G', 'S', 'P'),
+    DBINDER_OBITUARY_TRANSACTION = ZIPC_PACK_CHARS('_', 'D', 'O', 'T'),
+    DBINDER_INCREFS_TRANSACTION = ZIPC_PACK_CHARS('_', 'D', 'I', 'T'),
+    DBINDER_DECREFS_TRANSACTION = ZIPC_PACK_CHARS('_', 'D', 'D', 'T'),
+    DBINDER_ADD_COMMAUTH = ZIPC_PACK_CHARS('_', 'D', 'A', 'C'),
 };
 
 // Legacy status values.
@@ -53,6 +65,10 @@ enum {
     IPC_STUB_CURRENT_NULL_ERR = 304,
     IPC_STUB_UNKNOW_TRANS_ERR = 305,
 };
+
+// A synchronous request whose wait time (MessageOption::GetWaitTime, seconds) ran out before the reply came:
+// the common time-out code of the platform's utilities, errno ETIMEDOUT on top of the zero offset.
+constexpr int ERR_TIMED_OUT = BASE_ERR_OFFSET + ETIMEDOUT;
 } // namespace OHOS
 
 #endif // OHOS_IPC_IPC_TYPES_H

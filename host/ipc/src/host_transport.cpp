@@ -11,6 +11,8 @@
 #include <mutex>
 #include <new>
 
+#include "call_waiter.h"
+#include "connection.h"
 #include "flat_object.h"
 #include "ipc_log.h"
 #include "ipc_object_proxy.h"
@@ -22,35 +24,39 @@ namespace OHOS::HostIpc {
 namespace {
 constexpr size_t ALIGNMENT = 4;
 
-// One request in flight. The handler's thread drops the request side before it reports completion, so the
-// caller's thread is the one that reads and frees the reply.
+// One request in flight inside this process. The handler's thread drops the request side before it reports
+// completion; the reply is copied to the caller under the waiter's lock, so a caller that gave up never sees it.
 struct Call {
     sptr<IRemoteObject> target;
     uint32_t code = 0;
     MessageOption option;
     Identity sender{};
     std::unique_ptr<MessageParcel> request;
-    std::unique_ptr<MessageParcel> reply;
-    int result = ERR_NONE;
-    bool done = false;
-    std::mutex mutex;
-    std::condition_variable finished;
+    std::shared_ptr<CallWaiter> waiter;
 };
 
-void Serve(Call &call, bool async)
+void Serve(Call &call, MessageParcel *callerReply)
 {
+    MessageParcel reply;
+    int result;
     {
         CallingIdentityScope scope(call.sender);
-        call.result = call.target->SendRequest(call.code, *call.request, *call.reply, call.option);
+        ServingScope serving(ServingContext{call.waiter, {}, 0});
+        result = call.target->SendRequest(call.code, *call.request, reply, call.option);
     }
     call.request.reset();
     call.target = nullptr;
-    if (async) {
-        call.reply.reset(); // nobody waits for a one-way reply
+    if (call.waiter == nullptr) {
+        return; // nobody waits for a one-way reply
     }
-    std::lock_guard<std::mutex> lock(call.mutex);
-    call.done = true;
-    call.finished.notify_all();
+    if (reply.GetDataSize() != 0) {
+        result = ERR_NONE; // as over the driver: a reply with data wins over the handler's own result
+    }
+    call.waiter->Complete(result, [&reply, callerReply](bool waiting, int &result) {
+        if (waiting && reply.GetDataSize() != 0 && !ParcelCrossing::Cross(reply, *callerReply)) {
+            result = TRANSPORT_FAILED_REPLY;
+        }
+    });
 }
 
 std::shared_ptr<Call> PrepareCall(const sptr<IRemoteObject> &target, uint32_t code, const MessageParcel &data,
@@ -61,8 +67,7 @@ std::shared_ptr<Call> PrepareCall(const sptr<IRemoteObject> &target, uint32_t co
         return nullptr;
     }
     call->request.reset(new (std::nothrow) MessageParcel());
-    call->reply.reset(new (std::nothrow) MessageParcel());
-    if (call->request == nullptr || call->reply == nullptr || !ParcelCrossing::Cross(data, *call->request)) {
+    if (call->request == nullptr || !ParcelCrossing::Cross(data, *call->request)) {
         return nullptr;
     }
     call->target = target;
@@ -72,20 +77,48 @@ std::shared_ptr<Call> PrepareCall(const sptr<IRemoteObject> &target, uint32_t co
     return call;
 }
 
-int CollectReply(Call &call, MessageParcel &reply)
+// A nested request that finds no free IPC thread goes to the thread that waits for the request being served here,
+// as the driver does, so nesting never deadlocks at the pool's maximum.
+bool Dispatch(std::function<void()> task)
 {
-    std::unique_lock<std::mutex> lock(call.mutex);
-    call.finished.wait(lock, [&call] { return call.done; });
-    lock.unlock();
-    int result = call.result;
-    if (call.reply->GetDataSize() != 0) {
-        // As over the driver: a reply with data wins over the handler's own result.
-        result = ParcelCrossing::Cross(*call.reply, reply) ? ERR_NONE : TRANSPORT_FAILED_REPLY;
+    if (IpcThreadPool::Get().TrySubmitNow(task)) {
+        return true;
     }
-    call.reply.reset();
-    return result;
+    std::shared_ptr<CallWaiter> caller = CurrentServing().localCaller.lock();
+    if (caller != nullptr && caller->Deliver(task)) {
+        return true;
+    }
+    return IpcThreadPool::Get().Submit(std::move(task));
 }
 } // namespace
+
+std::vector<TableEntry> ParcelCrossing::Table(const MessageParcel &parcel)
+{
+    std::vector<TableEntry> table;
+    for (const auto &[offset, entry] : parcel.objects_) {
+        if (offset + sizeof(MessageParcel::FlatObject) <= parcel.GetDataSize()) {
+            table.push_back(TableEntry{offset, entry.object, entry.fd});
+        }
+    }
+    return table;
+}
+
+bool ParcelCrossing::Adopt(MessageParcel &to, const uint8_t *bytes, size_t size, std::vector<TableEntry> &entries)
+{
+    size_t needed = to.GetWritePosition() + size + ALIGNMENT;
+    if (to.GetMaxCapacity() < needed) {
+        to.SetMaxCapacity(needed);
+    }
+    size_t base = to.GetWritePosition();
+    if (size != 0 && !AppendBytes(to, bytes, size)) {
+        return false;
+    }
+    for (TableEntry &entry : entries) {
+        to.objects_[base + entry.offset] = MessageParcel::ObjectEntry{std::move(entry.object), entry.fd};
+        entry.fd = -1;
+    }
+    return true;
+}
 
 bool ParcelCrossing::Cross(const MessageParcel &from, MessageParcel &to)
 {
@@ -106,7 +139,7 @@ bool ParcelCrossing::Cross(const MessageParcel &from, MessageParcel &to)
             return false;
         }
     }
-    if (!AppendBytes(to, bytes)) {
+    if (!AppendBytes(to, bytes.data(), bytes.size())) {
         CloseAll(received);
         return false;
     }
@@ -145,17 +178,17 @@ bool ParcelCrossing::Translate(const MessageParcel::ObjectEntry &entry, size_t o
 }
 
 // Aligned words in one copy, then any unaligned tail byte by byte, so the receiver sees exactly the sent size.
-bool ParcelCrossing::AppendBytes(MessageParcel &to, const std::vector<uint8_t> &bytes)
+bool ParcelCrossing::AppendBytes(MessageParcel &to, const uint8_t *bytes, size_t size)
 {
-    size_t needed = to.GetWritePosition() + bytes.size() + ALIGNMENT;
+    size_t needed = to.GetWritePosition() + size + ALIGNMENT;
     if (to.GetDataCapacity() < needed && !to.SetDataCapacity(needed)) {
         return false;
     }
-    size_t aligned = bytes.size() - bytes.size() % ALIGNMENT;
-    if (aligned != 0 && !to.WriteBuffer(bytes.data(), aligned)) {
+    size_t aligned = size - size % ALIGNMENT;
+    if (aligned != 0 && !to.WriteBuffer(bytes, aligned)) {
         return false;
     }
-    for (size_t i = aligned; i < bytes.size(); i++) {
+    for (size_t i = aligned; i < size; i++) {
         if (!to.WriteUint8Unaligned(bytes[i])) {
             return false;
         }
@@ -176,16 +209,28 @@ void ParcelCrossing::CloseAll(Objects &objects)
 int Transact(const sptr<IRemoteObject> &target, uint32_t code, MessageParcel &data, MessageParcel &reply,
              MessageOption &option)
 {
+    if (auto *remote = dynamic_cast<RemoteHandle *>(target.GetRefPtr())) {
+        return remote->SendRequest(code, data, reply, option);
+    }
     std::shared_ptr<Call> call = PrepareCall(target, code, data, option);
     if (call == nullptr) {
         HILOG_IPC_ERROR("request %{public}u cannot be carried", code);
         return TRANSPORT_FAILED_REPLY;
     }
     bool async = (static_cast<uint32_t>(option.GetFlags()) & MessageOption::TF_ASYNC) != 0;
-    if (!IpcThreadPool::Get().Submit([call, async] { Serve(*call, async); })) {
+    if (async) {
+        return IpcThreadPool::Get().Submit([call] { Serve(*call, nullptr); }) ? ERR_NONE : TRANSPORT_FAILED_REPLY;
+    }
+    call->waiter = std::make_shared<CallWaiter>(ThreadToken());
+    MessageParcel *callerReply = &reply;
+    if (!Dispatch([call, callerReply] { Serve(*call, callerReply); })) {
         return TRANSPORT_FAILED_REPLY;
     }
-    return async ? ERR_NONE : CollectReply(*call, reply);
+    if (!call->waiter->Wait(DeadlineOf(option))) {
+        HILOG_IPC_WARN("request %{public}u got no reply within %{public}d s", code, option.GetWaitTime());
+        return ERR_TIMED_OUT;
+    }
+    return call->waiter->Result();
 }
 
 void NotifyDeath(const sptr<IRemoteObject> &proxy, std::vector<sptr<IRemoteObject::DeathRecipient>> recipients)

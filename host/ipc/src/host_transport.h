@@ -11,9 +11,22 @@ namespace OHOS::HostIpc {
 // What the driver would answer when it cannot carry a parcel (BR_FAILED_REPLY).
 constexpr int TRANSPORT_FAILED_REPLY = 0x7211;
 
-// Moves parcel contents across the simulated process boundary.
+// One entry of a parcel's object table: an object or a descriptor the parcel owns, at a data offset.
+struct TableEntry {
+    size_t offset = 0;
+    sptr<IRemoteObject> object;
+    int fd = -1;
+};
+
+// Moves parcel contents across the process boundary, simulated or real.
 class ParcelCrossing {
 public:
+    // The entries whose flat object lies wholly inside the data, in offset order; descriptors stay the parcel's.
+    static std::vector<TableEntry> Table(const MessageParcel &parcel);
+    // Appends `size` bytes and records `entries` (offsets relative to `bytes`); the parcel takes their
+    // descriptors (set to -1 in `entries`) when it succeeds.
+    static bool Adopt(MessageParcel &to, const uint8_t *bytes, size_t size, std::vector<TableEntry> &entries);
+
     // Appends `from` to `to` as the receiving process sees it: the same bytes (the maximum capacity raised to
     // match), every object as its shared proxy, every descriptor duplicated. `from` is left as it was.
     static bool Cross(const MessageParcel &from, MessageParcel &to);
@@ -24,12 +37,13 @@ private:
     // Rewrites the flat object at `offset` of `bytes` for the receiver and records it in `received`.
     static bool Translate(const MessageParcel::ObjectEntry &entry, size_t offset, std::vector<uint8_t> &bytes,
                           size_t base, Objects &received);
-    static bool AppendBytes(MessageParcel &to, const std::vector<uint8_t> &bytes);
+    static bool AppendBytes(MessageParcel &to, const uint8_t *bytes, size_t size);
     static void CloseAll(Objects &objects);
 };
 
-// Runs `target`'s SendRequest on an IPC thread as a request from another process. Synchronous requests wait
-// and get the handler's reply; the handler's result comes back only when that reply is empty.
+// Runs `target`'s SendRequest as a request from another process: over the connection of a proxy received from a
+// real process, otherwise on an IPC thread of this one. Synchronous requests wait (at most the option's wait time,
+// then ERR_TIMED_OUT) and get the handler's reply; the handler's result comes back only when that reply is empty.
 int Transact(const sptr<IRemoteObject> &target, uint32_t code, MessageParcel &data, MessageParcel &reply,
              MessageOption &option);
 

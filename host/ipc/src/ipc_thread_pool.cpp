@@ -1,10 +1,12 @@
 #include "ipc_thread_pool.h"
 
+#include <algorithm>
 #include <new>
 #include <system_error>
 #include <thread>
 
 #include "ipc_log.h"
+#include "ipc_skeleton.h"
 #include "thread_identity.h"
 
 namespace OHOS::HostIpc {
@@ -24,17 +26,60 @@ bool IpcThreadPool::Submit(std::function<void()> task)
         wakeUp_.notify_one();
         return true;
     }
-    if (StartThreadLocked()) {
-        return true;
+    if (threads_ >= maxThreads_ || StartThreadLocked() || threads_ > 0) {
+        return true; // waits for the next free thread
     }
     tasks_.pop_back();
     return false;
+}
+
+bool IpcThreadPool::TrySubmitNow(std::function<void()> &task)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (tasks_.size() < idle_) {
+        tasks_.push_back(std::move(task));
+        wakeUp_.notify_one();
+        return true;
+    }
+    if (threads_ < maxThreads_ && StartThreadLocked()) {
+        tasks_.push_back(std::move(task));
+        return true;
+    }
+    return false;
+}
+
+bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
+{
+    if (maxThreads < 1 || maxThreads > LIMIT_MAX_THREADS) {
+        return false;
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    maxThreads_ = maxThreads;
+    while (threads_ < maxThreads_ && tasks_.size() > idle_ && StartThreadLocked()) {
+    }
+    wakeUp_.notify_all();
+    return true;
+}
+
+void IpcThreadPool::SetIdleTime(std::chrono::milliseconds idleTime)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    idleTime_ = idleTime;
+    wakeUp_.notify_all();
 }
 
 size_t IpcThreadPool::ThreadCount()
 {
     std::lock_guard<std::mutex> lock(mutex_);
     return threads_;
+}
+
+size_t IpcThreadPool::TakePeakThreadCount()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    size_t peak = peak_;
+    peak_ = threads_;
+    return peak;
 }
 
 bool IpcThreadPool::StartThreadLocked()
@@ -46,6 +91,7 @@ bool IpcThreadPool::StartThreadLocked()
         return false;
     }
     threads_++;
+    peak_ = std::max(peak_, threads_);
     return true;
 }
 
@@ -55,8 +101,15 @@ void IpcThreadPool::WorkerLoop()
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         idle_++;
-        wakeUp_.wait(lock, [this] { return !tasks_.empty(); });
+        auto idleSince = std::chrono::steady_clock::now();
+        // The idle time is read on every wake-up, so a shortened one takes effect for threads already waiting.
+        while (tasks_.empty() && threads_ <= maxThreads_ && std::chrono::steady_clock::now() - idleSince < idleTime_) {
+            wakeUp_.wait_until(lock, idleSince + idleTime_);
+        }
         idle_--;
+        if (tasks_.empty()) {
+            break; // idle for too long, or one thread too many after the maximum was lowered
+        }
         std::function<void()> task = std::move(tasks_.front());
         tasks_.pop_front();
         lock.unlock();
@@ -64,6 +117,17 @@ void IpcThreadPool::WorkerLoop()
         task = nullptr;
         ResetThreadIdentity();
         lock.lock();
+        if (threads_ > maxThreads_) {
+            break;
+        }
     }
+    threads_--;
 }
 } // namespace OHOS::HostIpc
+
+namespace OHOS {
+bool IPCSkeleton::SetMaxWorkThreadNum(int maxThreadNum)
+{
+    return maxThreadNum > 0 && HostIpc::IpcThreadPool::Get().SetMaxThreads(static_cast<size_t>(maxThreadNum));
+}
+} // namespace OHOS

@@ -1,6 +1,7 @@
 #ifndef OHOS_HOST_IPC_THREAD_POOL_H
 #define OHOS_HOST_IPC_THREAD_POOL_H
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -8,14 +9,26 @@
 #include <mutex>
 
 namespace OHOS::HostIpc {
-// The host's IPC threads. A task never waits for a free thread: the pool grows whenever every thread is busy,
-// so a handler may send a synchronous request whose handler sends one back, to any depth.
+// The process's IPC threads, at most a maximum number of them (16 unless IPCSkeleton::SetMaxWorkThreadNum says
+// otherwise). A task that finds every thread busy at the maximum waits in the queue until one is free; it is never
+// dropped. A thread that stays idle for the idle time ends. A nested synchronous request that finds no free thread
+// is served by the thread that waits for it (see CallWaiter), so nesting never deadlocks at the maximum.
 class IpcThreadPool {
 public:
+    static constexpr size_t DEFAULT_MAX_THREADS = 16;
+    static constexpr size_t LIMIT_MAX_THREADS = 256;
+
     static IpcThreadPool &Get();
-    // False only when no thread could be started; the task is then dropped.
+    // False only when no thread runs and none could be started; the task is then dropped.
     bool Submit(std::function<void()> task);
+    // Runs the task only if a thread is free or may be started now; false (task untouched) otherwise.
+    bool TrySubmitNow(std::function<void()> &task);
+    // 1..LIMIT_MAX_THREADS; threads above a lowered maximum end when their task is done.
+    bool SetMaxThreads(size_t maxThreads);
+    void SetIdleTime(std::chrono::milliseconds idleTime);
     size_t ThreadCount();
+    // The most threads that ran at the same time since the last call.
+    size_t TakePeakThreadCount();
 
 private:
     IpcThreadPool() = default;
@@ -27,6 +40,9 @@ private:
     std::deque<std::function<void()>> tasks_;
     size_t idle_ = 0;
     size_t threads_ = 0;
+    size_t peak_ = 0;
+    size_t maxThreads_ = DEFAULT_MAX_THREADS;
+    std::chrono::milliseconds idleTime_{std::chrono::seconds(10)};
 };
 } // namespace OHOS::HostIpc
 

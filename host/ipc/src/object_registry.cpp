@@ -1,6 +1,10 @@
 #include "object_registry.h"
 
+#include <sys/socket.h>
+
 #include <new>
+
+#include "connection.h"
 
 #include "host_ipc.h"
 #include "host_ipc_proxy.h"
@@ -82,6 +86,13 @@ void ObjectRegistry::Kill(const sptr<IRemoteObject> &object)
     }
 }
 
+bool ObjectRegistry::IsKilled(const sptr<IRemoteObject> &object)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = entries_.find(object.GetRefPtr());
+    return found != entries_.end() && found->second.killed && found->second.target.promote() == object;
+}
+
 void ObjectRegistry::Forget(const IRemoteObject *key, const IPCObjectProxy *proxy)
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -96,13 +107,47 @@ void ObjectRegistry::Forget(const IRemoteObject *key, const IPCObjectProxy *prox
     }
 }
 
+sptr<IRemoteObject> ObjectRegistry::TargetOf(const sptr<IRemoteObject> &object)
+{
+    auto *proxy = object == nullptr ? nullptr : dynamic_cast<IPCObjectProxy *>(object.GetRefPtr());
+    if (proxy == nullptr) {
+        return object;
+    }
+    bool dead = false;
+    return proxy->Target(dead);
+}
+
 sptr<IRemoteObject> GetProxy(const sptr<IRemoteObject> &object)
 {
-    return ObjectRegistry::Get().ProxyFor(object);
+    if (CrossProcessDirectory().empty() || object == nullptr || object->IsProxyObject() ||
+        ObjectRegistry::Get().IsKilled(object)) {
+        return ObjectRegistry::Get().ProxyFor(object);
+    }
+    const auto &exporter = Connection::LoopbackExporter();
+    if (exporter == nullptr) {
+        return nullptr;
+    }
+    return Connection::LoopbackImporter()->Import(exporter->Export(object));
 }
 
 void KillObject(const sptr<IRemoteObject> &object)
 {
+    sptr<IRemoteObject> target = ObjectRegistry::TargetOf(object);
+    if (auto *remote = dynamic_cast<RemoteHandle *>(target.GetRefPtr())) {
+        sptr<IRemoteObject> local = remote->GetConnection() == Connection::LoopbackImporter()
+                                        ? Connection::LoopbackExporter()->Exported(remote->Handle())
+                                        : nullptr;
+        return local != nullptr ? KillObject(local) : ObjectRegistry::Get().Kill(object);
+    }
     ObjectRegistry::Get().Kill(object);
+    if (target == nullptr) {
+        return;
+    }
+    for (const auto &connection : Connection::All()) {
+        uint64_t handle = connection->KillExport(target.GetRefPtr());
+        if (handle != 0 && connection == Connection::LoopbackExporter()) {
+            Connection::LoopbackImporter()->ImportDied(handle); // at once, as the simulated boundary does
+        }
+    }
 }
 } // namespace OHOS::HostIpc

@@ -17,6 +17,9 @@ public:
     // The shared proxy for `object`; a proxy passes through unchanged. A killed object yields a dead proxy.
     sptr<IRemoteObject> ProxyFor(const sptr<IRemoteObject> &object);
     void Kill(const sptr<IRemoteObject> &object);
+    bool IsKilled(const sptr<IRemoteObject> &object);
+    // What a proxy stands for (null once it died); any other object is its own target.
+    static sptr<IRemoteObject> TargetOf(const sptr<IRemoteObject> &object);
     // Called by a proxy that is being destroyed.
     void Forget(const IRemoteObject *key, const IPCObjectProxy *proxy);
 

@@ -1,5 +1,6 @@
 // Host system ability manager: a plain local object in this process that hands out the shared proxies of the
-// registered abilities, as if each ability lived in a process of its own.
+// registered abilities, as if each ability lived in a process of its own; in the cross-process mode the
+// registrations also go to the socket directory that every process of the user shares.
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -9,6 +10,7 @@
 #include "host_ipc_proxy.h"
 #include "host_samgr.h"
 #include "iservice_registry.h"
+#include "socket_registry.h"
 
 namespace OHOS {
 namespace {
@@ -38,6 +40,9 @@ public:
                        systemAbilityId);
             return ERR_INVALID_VALUE;
         }
+        if (HostSamgr::SocketRegistry::Get().Enabled() && !HostSamgr::SocketRegistry::Get().Add(systemAbilityId, ability)) {
+            return ERR_INVALID_VALUE;
+        }
         std::lock_guard<std::mutex> lock(mutex_);
         abilities_[systemAbilityId] = ability;
         return ERR_OK;
@@ -46,6 +51,9 @@ public:
     int32_t Remove(int32_t systemAbilityId)
     {
         sptr<IRemoteObject> removed; // released after the lock
+        if (HostSamgr::SocketRegistry::Get().Enabled()) {
+            HostSamgr::SocketRegistry::Get().Remove(systemAbilityId);
+        }
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = abilities_.find(systemAbilityId);
         if (!IsValidId(systemAbilityId) || found == abilities_.end()) {
@@ -62,6 +70,10 @@ public:
     {
         lookups_++;
         sptr<IRemoteObject> ability = Registered(systemAbilityId);
+        if (ability == nullptr && HostSamgr::SocketRegistry::Get().Enabled()) {
+            // Registered by another process. One of this process goes through its connection to itself.
+            return IsValidId(systemAbilityId) ? HostSamgr::SocketRegistry::Get().Find(systemAbilityId) : nullptr;
+        }
         sptr<IRemoteObject> proxy = HostIpc::GetProxy(ability);
         if (proxy != nullptr && proxy->IsObjectDead()) {
             Forget(systemAbilityId, ability);
@@ -73,6 +85,7 @@ public:
     void Clear()
     {
         std::map<int32_t, sptr<IRemoteObject>> dropped;
+        HostSamgr::SocketRegistry::Get().Clear();
         std::lock_guard<std::mutex> lock(mutex_);
         dropped.swap(abilities_);
         lookups_ = 0;
@@ -102,6 +115,9 @@ private:
         if (found != abilities_.end() && found->second == ability) {
             removed = std::move(found->second);
             abilities_.erase(found);
+            if (HostSamgr::SocketRegistry::Get().Enabled()) {
+                HostSamgr::SocketRegistry::Get().Remove(systemAbilityId);
+            }
         }
     }
 

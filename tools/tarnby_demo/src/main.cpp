@@ -1,4 +1,5 @@
 // tarnby_demo: the client library at work against the service emulator, with a readable transcript.
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <string>
@@ -27,7 +28,7 @@ const std::vector<Scenario> SCENARIOS = {
 
 void PrintUsage(std::ostream &out)
 {
-    out << "usage: tarnby_demo [--log] [scenario]\n"
+    out << "usage: tarnby_demo [--log] [--ipc [--server PATH]] [scenario]\n"
            "\n"
            "Runs the Tarnby client library end to end against the in-process service emulator and prints a\n"
            "transcript: each call with its arguments and the status it returned (name and number), each callback\n"
@@ -41,6 +42,10 @@ void PrintUsage(std::ostream &out)
            "\n"
            "options:\n"
            "  --log          also print the library's log lines (and the emulator's) in the transcript\n"
+           "  --ipc          run the emulator as tarnby_emulator_server in a process of its own, reached through\n"
+           "                 the cross-process registry (OHOS_HOST_IPC_DIR, a fresh private directory when unset);\n"
+           "                 its death is a real SIGKILL and it is started again\n"
+           "  --server PATH  the server program for --ipc (default: the one built beside this program)\n"
            "  --help, -h     print this text\n"
            "\n"
            "Exits 0 when every scenario's key results are as expected, 1 when one is not, 2 on a usage error.\n";
@@ -48,6 +53,8 @@ void PrintUsage(std::ostream &out)
 
 struct Options {
     bool showLogs = false;
+    bool ipc = false;
+    std::string server = TARNBY_EMULATOR_SERVER_PATH;
     bool help = false;
     std::string scenario = "all";
 };
@@ -60,6 +67,10 @@ bool ParseOptions(int argc, char *argv[], Options &options)
         std::string argument = argv[i];
         if (argument == "--log") {
             options.showLogs = true;
+        } else if (argument == "--ipc") {
+            options.ipc = true;
+        } else if (argument == "--server" && i + 1 < argc) {
+            options.server = argv[++i];
         } else if (argument == "--help" || argument == "-h") {
             options.help = true;
         } else if (argument.rfind("-", 0) == 0 || scenarioGiven) {
@@ -83,13 +94,13 @@ bool ParseOptions(int argc, char *argv[], Options &options)
 int RunScenarios(const Options &options)
 {
     Transcript transcript(options.showLogs);
-    TarnbyEmulator::Emulator emulator;
-    if (!emulator.Start()) {
+    std::unique_ptr<ServiceControl> service = options.ipc ? ServiceProcess(options.server) : InProcessService();
+    if (!service->Start()) {
         std::cerr << "tarnby_demo: the emulator could not register the service\n";
         return EXIT_UNEXPECTED;
     }
-    transcript.Service("the Tarnby service is registered under 70633");
-    DemoContext context{transcript, emulator, sptr<DemoSurfaceCallback>::MakeSptr(transcript)};
+    transcript.Service("the Tarnby service is registered under 70633, " + service->Where());
+    DemoContext context{transcript, *service, sptr<DemoSurfaceCallback>::MakeSptr(transcript)};
     std::vector<std::pair<std::string, bool>> results;
     for (const Scenario &scenario : SCENARIOS) {
         if (options.scenario == "all" || options.scenario == scenario.name) {
@@ -97,7 +108,7 @@ int RunScenarios(const Options &options)
             results.emplace_back(scenario.name, scenario.run(context));
         }
     }
-    emulator.Stop();
+    service->Stop();
 
     transcript.Section("summary");
     bool allExpected = true;
@@ -122,5 +133,15 @@ int main(int argc, char *argv[])
         PrintUsage(std::cout);
         return 0;
     }
-    return RunScenarios(options);
+    char directory[] = "/tmp/tarnby-demo-XXXXXX";
+    bool ownDirectory = options.ipc && getenv("OHOS_HOST_IPC_DIR") == nullptr && mkdtemp(directory) != nullptr;
+    if (ownDirectory) {
+        setenv("OHOS_HOST_IPC_DIR", directory, 1); // before the first IPC use: the mode is read once
+    }
+    int result = RunScenarios(options);
+    if (ownDirectory) {
+        std::string remove = std::string("rm -rf ") + directory;
+        result = system(remove.c_str()) == 0 ? result : result;
+    }
+    return result;
 }

@@ -7,13 +7,14 @@
 #include <string>
 
 #include "demo_callbacks.h"
+#include "service_control.h"
 #include "tarnby_emulator.h"
 #include "transcript.h"
 
 namespace OHOS::TarnbyDemo {
 struct DemoContext {
     Transcript &transcript;
-    TarnbyEmulator::Emulator &emulator;
+    ServiceControl &emulator;
     // One surface callback for the whole run: the death recipient keeps the first callback it is given.
     sptr<DemoSurfaceCallback> surfaceCallback;
 };

@@ -1,0 +1,91 @@
+#include "call_waiter.h"
+
+#include <atomic>
+
+#include "ipc_thread_pool.h"
+
+namespace OHOS::HostIpc {
+namespace {
+constexpr int DEFAULT_WAIT_SECONDS = MessageOption::TF_WAIT_TIME;
+thread_local ServingContext t_serving;
+} // namespace
+
+bool CallWaiter::Deliver(std::function<void()> task)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!open_) {
+        return false;
+    }
+    nested_.push_back(std::move(task));
+    wakeUp_.notify_all();
+    return true;
+}
+
+void CallWaiter::Complete(int result, const std::function<void(bool waiting, int &result)> &finish)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (finish) {
+        finish(open_, result);
+    }
+    result_ = result;
+    done_ = true;
+    wakeUp_.notify_all();
+}
+
+bool CallWaiter::Wait(Clock::time_point deadline)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        wakeUp_.wait_until(lock, deadline, [this] { return done_ || !nested_.empty(); });
+        if (!nested_.empty() && !done_) {
+            std::function<void()> task = std::move(nested_.front());
+            nested_.pop_front();
+            lock.unlock();
+            task();
+            task = nullptr;
+            lock.lock();
+            continue;
+        }
+        if (done_ || Clock::now() >= deadline) {
+            break;
+        }
+    }
+    open_ = false;
+    std::deque<std::function<void()>> left;
+    left.swap(nested_);
+    bool done = done_;
+    lock.unlock();
+    for (auto &task : left) {
+        IpcThreadPool::Get().Submit(std::move(task));
+    }
+    return done;
+}
+
+uint64_t ThreadToken()
+{
+    static std::atomic<uint64_t> next{1};
+    thread_local uint64_t token = next.fetch_add(1);
+    return token;
+}
+
+CallWaiter::Clock::time_point DeadlineOf(const MessageOption &option)
+{
+    int seconds = option.GetWaitTime() > 0 ? option.GetWaitTime() : DEFAULT_WAIT_SECONDS;
+    return CallWaiter::Clock::now() + std::chrono::seconds(seconds);
+}
+
+const ServingContext &CurrentServing()
+{
+    return t_serving;
+}
+
+ServingScope::ServingScope(ServingContext context) : previous_(std::move(t_serving))
+{
+    t_serving = std::move(context);
+}
+
+ServingScope::~ServingScope()
+{
+    t_serving = std::move(previous_);
+}
+} // namespace OHOS::HostIpc

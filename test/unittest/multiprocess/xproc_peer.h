@@ -1,0 +1,35 @@
+#ifndef TARNBY_TEST_XPROC_PEER_H
+#define TARNBY_TEST_XPROC_PEER_H
+
+// The processes of the cross-process tests: this binary runs as a test service, as a client of it or as a client
+// that holds a callback until it is killed. Each role prints one line when it is ready.
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+
+namespace OHOS::TarnbyTest {
+constexpr int32_t TEST_SERVICE_ID = 4001;
+
+enum ServiceCode : uint32_t {
+    ECHO = 1,              // int32 v -> int32 v + 1, int32 calling pid
+    KEEP_CALLBACK = 2,     // object: kept per calling pid, with a death recipient
+    CALL_BACK = 3,         // int32 v -> the kept callback of the caller is asked v synchronously; its answer back
+    HANG = 4,              // prints "hanging" and never answers
+    CHECK_TRANSFER = 5,    // fd, uint32 size, raw data -> the text read from the fd, uint64 sum of the raw bytes
+    CALLBACK_DEATHS = 6,   // -> int32 how many kept callbacks died
+};
+
+// A callback answers v with v * 1000 + (its pid % 1000), so an answer names the process that gave it.
+inline int32_t CallbackAnswer(int32_t value, pid_t pid)
+{
+    return value * 1000 + static_cast<int32_t>(pid % 1000);
+}
+
+uint64_t SumOf(const uint8_t *bytes, size_t size);
+
+// Runs the role named by argv[1] ("service", "client", "holder"); the exit status of the process.
+int RunRole(const std::string &role);
+} // namespace OHOS::TarnbyTest
+
+#endif // TARNBY_TEST_XPROC_PEER_H
