@@ -58,11 +58,8 @@ int RefCounter::IncStrongRefCount(const void *)
 
 int RefCounter::DecStrongRefCount(const void *)
 {
-    int old = atomicStrong_.fetch_sub(1, std::memory_order_release);
-    if (old == 1) {
-        std::atomic_thread_fence(std::memory_order_acquire);
-    }
-    return old;
+    // acq_rel rather than release plus an acquire fence on the last one: ThreadSanitizer does not model fences.
+    return atomicStrong_.fetch_sub(1, std::memory_order_acq_rel);
 }
 
 int RefCounter::GetStrongRefCount()
@@ -77,11 +74,10 @@ int RefCounter::IncWeakRefCount(const void *)
 
 int RefCounter::DecWeakRefCount(const void *objectId)
 {
-    int old = atomicWeak_.fetch_sub(1, std::memory_order_release);
+    int old = atomicWeak_.fetch_sub(1, std::memory_order_acq_rel); // no fence: see DecStrongRefCount
     if (old != 1) {
         return old;
     }
-    std::atomic_thread_fence(std::memory_order_acquire);
     // A strong-lifetime object that was strongly held died with its last strong reference.
     if (IsLifeTimeExtended() || GetStrongRefCount() == INITIAL_PRIMARY_VALUE) {
         RefBase *owner = owner_.load(std::memory_order_acquire);
