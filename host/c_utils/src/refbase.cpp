@@ -327,6 +327,9 @@ void RefBase::DecStrongRef(const void *objectId)
     if (refs == nullptr) {
         return;
     }
+    // Another holder may destroy the object, and with it the counter, as soon as this one's strong count is gone:
+    // the counter stays pinned until this holder's weak part is released too.
+    refs->IncRefCount();
     if (refs->DecStrongRefCount(objectId) == 1) {
         OnLastStrongRef(objectId);
         if (!refs->IsLifeTimeExtended()) {
@@ -338,10 +341,12 @@ void RefBase::DecStrongRef(const void *objectId)
                 refs->atomicWeak_.fetch_sub(1, std::memory_order_acq_rel);
             }
             refs->DestroyObject();
+            refs->DecRefCount();
             return;
         }
     }
     refs->DecWeakRefCount(objectId);
+    refs->DecRefCount();
 }
 
 int RefBase::GetSptrRefCount()
