@@ -1,0 +1,253 @@
+// Costs of the host IPC across real processes, each beside the floor it is judged against:
+//   a null synchronous request vs a raw SOCK_SEQPACKET ping-pong between two processes;
+//   SendCollaborationData of 4,190,208 bytes to the emulator server vs one copy of 4 MiB into fresh pages;
+//   128 MiB of raw data into a callback's hook vs memcpy between warm buffers.
+// The program runs itself as the peer process ("--serve") and the emulator server beside it.
+#include <benchmark/benchmark.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "callback_skeleton.h"
+#include "collab_ability_callback.h"
+#include "collaboration_ability.h"
+#include "ipc_object_stub.h"
+#include "iservice_registry.h"
+#include "message_parcel.h"
+#include "target_info.h"
+
+extern char **environ;
+
+namespace OHOS::XprocBenchmark {
+namespace {
+constexpr int32_t PEER_ID = 5001;
+constexpr uint32_t NULL_CALL = 1;
+constexpr uint32_t SEND_RAW = 2; // object: a callback, uint32 size -> the callback's result
+constexpr size_t FRAME_HEADER = 72;
+constexpr uint32_t COLLABORATION_DATA = 4190208;
+constexpr size_t RAW_SIZE = MessageParcel::MAX_RAWDATA_SIZE;
+
+class Peer : public IPCObjectStub {
+public:
+    int OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override
+    {
+        if (code != SEND_RAW) {
+            return 0;
+        }
+        sptr<IRemoteObject> callback = data.ReadRemoteObject();
+        uint32_t size = data.ReadUint32();
+        if (callback == nullptr || size > raw_.size()) {
+            return -1;
+        }
+        MessageParcel request;
+        request.WriteInterfaceToken(u"ohos.ITarnby.ITarnbyCallback");
+        for (uint32_t field : {102u, 105u, 0u, 0u, 0u, 5u, 6u, size}) { // service code, then code, second, length
+            request.WriteUint32(field);
+        }
+        request.WriteRawData(raw_.data(), size);
+        MessageParcel answer;
+        MessageOption sync;
+        return callback->SendRequest(101, request, answer, sync);
+    }
+
+private:
+    std::vector<char> raw_ = std::vector<char>(RAW_SIZE, 'r');
+};
+
+class RawHook : public Tarnby::CallbackSkeleton {
+public:
+    int32_t OnDataCallback(uint32_t, uint32_t, uint32_t dataLen, std::unique_ptr<char[]> data) override
+    {
+        received = data == nullptr ? 0 : dataLen;
+        return 0;
+    }
+    uint32_t received = 0;
+};
+
+class QuietCollaboration : public Tarnby::CollabAbilityCallback {
+public:
+    void OnCollaborationData(int32_t, const uint8_t *, uint32_t) override {}
+    void OnCollaborationEvent(int32_t, const uint8_t *, uint32_t) override {}
+};
+
+pid_t Spawn(const char *path, const char *argument)
+{
+    int out[2];
+    if (pipe(out) != 0) {
+        return -1;
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, out[0]);
+    char *argv[] = {const_cast<char *>(path), const_cast<char *>(argument), nullptr};
+    pid_t pid = -1;
+    posix_spawn(&pid, path, &actions, nullptr, argv, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+    char ready[128] = {};
+    ssize_t got = read(out[0], ready, sizeof(ready) - 1); // the first line says it serves
+    close(out[0]);
+    return got > 0 ? pid : -1;
+}
+
+void End(pid_t pid)
+{
+    kill(pid, SIGTERM);
+    waitpid(pid, nullptr, 0);
+}
+
+sptr<IRemoteObject> Find(int32_t id)
+{
+    return SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->GetSystemAbility(id);
+}
+
+void BM_RawSocketPingPong(benchmark::State &state)
+{
+    int pair[2];
+    socketpair(AF_UNIX, SOCK_SEQPACKET, 0, pair);
+    pid_t echo = fork();
+    if (echo == 0) {
+        close(pair[0]); // so that the parent's close ends the loop
+        char message[FRAME_HEADER];
+        while (read(pair[1], message, sizeof(message)) > 0 && write(pair[1], message, sizeof(message)) > 0) {
+        }
+        _exit(0);
+    }
+    close(pair[1]);
+    char message[FRAME_HEADER] = {};
+    for (auto _ : state) {
+        if (write(pair[0], message, sizeof(message)) != sizeof(message) ||
+            read(pair[0], message, sizeof(message)) != sizeof(message)) {
+            state.SkipWithError("the echo process failed");
+        }
+    }
+    close(pair[0]);
+    waitpid(echo, nullptr, 0);
+}
+BENCHMARK(BM_RawSocketPingPong)->UseRealTime();
+
+void BM_NullRoundTrip(benchmark::State &state)
+{
+    pid_t peer = Spawn("/proc/self/exe", "--serve");
+    sptr<IRemoteObject> remote = Find(PEER_ID);
+    for (auto _ : state) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        if (remote == nullptr || remote->SendRequest(NULL_CALL, data, reply, option) != 0) {
+            state.SkipWithError("the peer does not answer");
+            break;
+        }
+    }
+    remote = nullptr;
+    End(peer);
+}
+BENCHMARK(BM_NullRoundTrip)->UseRealTime();
+
+void BM_CopyFourMiBIntoFreshPages(benchmark::State &state)
+{
+    std::vector<char> source(4 << 20, 's');
+    for (auto _ : state) {
+        std::unique_ptr<char[]> fresh(new char[source.size()]);
+        std::memcpy(fresh.get(), source.data(), source.size());
+        benchmark::DoNotOptimize(fresh.get());
+    }
+    state.SetBytesProcessed(state.iterations() * source.size());
+}
+BENCHMARK(BM_CopyFourMiBIntoFreshPages)->UseRealTime();
+
+// The session's callback is unregistered after the start, so the emulator reads the data and keeps it: one
+// crossing, not a loop back.
+void BM_SendCollaborationData(benchmark::State &state)
+{
+    pid_t server = Spawn(TARNBY_EMULATOR_SERVER_PATH, nullptr);
+    auto &ability = Tarnby::CollaborationAbility::GetInstance();
+    auto target = sptr<Tarnby::TargetInfo>::MakeSptr("peer-bench", Tarnby::ABILITY_TARGET, "bench", "Bench", 0);
+    ability.RegisterCollaborationCallback(target, sptr<QuietCollaboration>::MakeSptr());
+    int32_t session = ability.StartCollaboration(4700, target, "bench").second;
+    ability.UnRegisterCollaborationCallback(target);
+    std::vector<char> data(COLLABORATION_DATA, 'd');
+    for (auto _ : state) {
+        if (ability.SendCollaborationData(session, data.data(), COLLABORATION_DATA) != 290007) {
+            state.SkipWithError("the service did not read the data"); // 290007: read, nobody to deliver it to
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * COLLABORATION_DATA);
+    End(server);
+}
+BENCHMARK(BM_SendCollaborationData)->UseRealTime();
+
+void BM_MemcpyWarm128MiB(benchmark::State &state)
+{
+    std::vector<char> from(RAW_SIZE, 'm');
+    std::vector<char> to(RAW_SIZE, 0);
+    for (auto _ : state) {
+        std::memcpy(to.data(), from.data(), RAW_SIZE);
+        benchmark::DoNotOptimize(to.data());
+    }
+    state.SetBytesProcessed(state.iterations() * RAW_SIZE);
+}
+BENCHMARK(BM_MemcpyWarm128MiB)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+void BM_RawDataIntoCallbackHook(benchmark::State &state)
+{
+    pid_t peer = Spawn("/proc/self/exe", "--serve");
+    sptr<IRemoteObject> remote = Find(PEER_ID);
+    sptr<RawHook> hook = sptr<RawHook>::MakeSptr();
+    for (auto _ : state) {
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        data.WriteRemoteObject(hook->AsObject());
+        data.WriteUint32(RAW_SIZE);
+        if (remote == nullptr || remote->SendRequest(SEND_RAW, data, reply, option) != 0 || hook->received != RAW_SIZE) {
+            state.SkipWithError("the hook did not get the block");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * RAW_SIZE);
+    remote = nullptr;
+    End(peer);
+}
+BENCHMARK(BM_RawDataIntoCallbackHook)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+int Serve()
+{
+    sptr<IRemoteObject> peer = new Peer();
+    if (SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->AddSystemAbility(PEER_ID, peer) != 0) {
+        return 1;
+    }
+    std::printf("ready\n");
+    std::fflush(stdout);
+    for (;;) {
+        pause();
+    }
+}
+} // namespace
+} // namespace OHOS::XprocBenchmark
+
+int main(int argc, char **argv)
+{
+    if (argc > 1 && std::strcmp(argv[1], "--serve") == 0) {
+        return OHOS::XprocBenchmark::Serve();
+    }
+    char directory[] = "/tmp/xproc-bench-XXXXXX";
+    if (getenv("OHOS_HOST_IPC_DIR") == nullptr && mkdtemp(directory) != nullptr) {
+        setenv("OHOS_HOST_IPC_DIR", directory, 1); // the peers find each other here, and only here
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
