@@ -3,7 +3,7 @@
 # one build folder. Usage: scripts/setup.sh <build-dir> [extra cmake arguments...]
 set -euo pipefail
 
-PACKAGES=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libjsoncpp-dev)
+PACKAGES=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libjsoncpp-dev generate-ninja python3)
 
 install_missing_packages()
 {

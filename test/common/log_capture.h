@@ -65,6 +65,38 @@ public:
         }
         return count;
     }
+    // Whether `message` was logged at `level` under `tag`, with that tag's domain (spelled out here on purpose, not
+    // taken from the library's headers).
+    bool Logged(LogLevel level, const std::string &tag, const std::string &message) const
+    {
+        static const std::pair<const char *, unsigned int> domains[] = {
+            {"TRBYClient", 0xD004612},        {"TRBYProxy", 0xD004613},        {"TRBYService", 0xD004615},
+            {"TRBYCallback", 0xD004616},      {"TRBYDeviceDetect", 0xD004617}, {"VeskorManager", 0xD00461A},
+            {"TRBYCollaboration", 0xD004624}, {"TRBYCollProc", 0xD004625}};
+        unsigned int domain = 0;
+        for (const auto &[name, value] : domains) {
+            domain = tag == name ? value : domain;
+        }
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto &record : records_) {
+            if (Message(record) == message && record.level == level && record.tag == tag && record.domain == domain &&
+                record.type == LOG_CORE) {
+                return true;
+            }
+        }
+        return false;
+    }
+    // The function named in the prefix of the first line whose message is `message`, or "".
+    std::string FunctionOf(const std::string &message) const
+    {
+        HiLogRecord record;
+        if (!Find(message, &record)) {
+            return "";
+        }
+        size_t close = record.text.find(']');
+        size_t mark = record.text.find("# ");
+        return close < mark && mark != std::string::npos ? record.text.substr(close + 1, mark - close - 1) : "";
+    }
     // True if any record's full text contains `fragment`.
     bool Contains(const std::string &fragment) const
     {

@@ -15,6 +15,14 @@ namespace OHOS {
 
 using binder_size_t = uint64_t;
 
+// The header of a binder object inside the data (remote object or file descriptor), 24 bytes on the wire.
+struct parcel_flat_binder_object {
+    uint32_t hdr;
+    uint32_t flags;
+    uintptr_t handle;
+    uint64_t cookie;
+};
+
 class Parcel;
 
 class Parcelable : public virtual RefBase {
@@ -28,17 +36,18 @@ public:
 
     enum BehaviorFlag { IPC = 0x01, RPC = 0x02, HOLD_OBJECT = 0x10 };
 
+    // Atomic on the plain byte: one shared record may be written into parcels on several threads at once.
     inline void SetBehavior(BehaviorFlag b) const
     {
-        behavior_ |= static_cast<uint8_t>(b);
+        __atomic_fetch_or(&behavior_, static_cast<uint8_t>(b), __ATOMIC_RELAXED);
     }
     inline void ClearBehavior(BehaviorFlag b) const
     {
-        behavior_ &= static_cast<uint8_t>(~b);
+        __atomic_fetch_and(&behavior_, static_cast<uint8_t>(~b), __ATOMIC_RELAXED);
     }
     inline bool TestBehavior(BehaviorFlag b) const
     {
-        return (behavior_ & static_cast<uint8_t>(b)) != 0;
+        return (__atomic_load_n(&behavior_, __ATOMIC_RELAXED) & static_cast<uint8_t>(b)) != 0;
     }
 
 public:
@@ -82,6 +91,9 @@ public:
 
     // Reallocates to exactly `newCapacity`; fails if that does not exceed the data size. Not a limit.
     bool SetDataCapacity(size_t newCapacity);
+    // Takes ownership of `allocator` and moves the data into a block of its own of exactly the data size; the
+    // parcel becomes writable again. Null or the current allocator gives false.
+    bool SetAllocator(Allocator *allocator);
     bool SetDataSize(size_t dataSize);
     // Only raises the limit: false unless `maxCapacity` is larger than the current one.
     bool SetMaxCapacity(size_t maxCapacity);
@@ -101,7 +113,8 @@ public:
 
     // Raw bytes without a length, zero-padded to 4. Null data or size 0 is refused.
     bool WriteBuffer(const void *data, size_t size);
-    // `size` data bytes followed by `typeSize` zero bytes, then padding.
+    // `size` includes the terminator: the first size - typeSize bytes of `data`, then typeSize zero bytes, then
+    // padding. A size smaller than typeSize gives false.
     bool WriteBufferAddTerminator(const void *data, size_t size, size_t typeSize);
     // Same bytes as WriteBuffer: it pads too.
     bool WriteUnpadBuffer(const void *data, size_t size);
@@ -114,10 +127,12 @@ public:
     bool WriteString8WithLength(const char *value, size_t len);
 
     bool WriteParcelable(const Parcelable *object);
+    // A remote object writes itself (the IPC layer's Marshalling records the binder object). Null gives false.
+    bool WriteRemoteObject(const Parcelable *object);
     // A null object writes 0 and reports success whatever happened to that write.
     bool WriteStrongParcelable(const sptr<Parcelable> &object);
 
-    // Adopts a malloc'd block (freed through the allocator); the parcel becomes read-only.
+    // Adopts a malloc'd block (freed through the allocator); the parcel becomes read-only. Both cursors are 0.
     bool ParseFrom(uintptr_t data, size_t size);
 
     bool ReadBool();
@@ -157,8 +172,11 @@ public:
     bool ReadUint8Unaligned(uint8_t &value);
     bool ReadUint16Unaligned(uint16_t &value);
 
-    // The returned pointers stay valid until the parcel is written to or destroyed.
+    // The returned pointers stay valid until the parcel is written to or destroyed. A read that would cover part
+    // of a recorded binder object gives nullptr.
     const uint8_t *ReadBuffer(size_t length);
+    // As above; with `isValidate` false the binder objects are not looked at.
+    const uint8_t *ReadBuffer(size_t length, bool isValidate);
     // Like ReadBuffer, then skips the padding; a missing pad at the end moves the cursor to the capacity.
     const uint8_t *ReadUnpadBuffer(size_t length);
     void SkipBytes(size_t bytes);
@@ -184,6 +202,11 @@ public:
     // As above; T::Unmarshalling may return either T* or sptr<T>.
     template <typename T>
     sptr<T> ReadStrongParcelable();
+    // No presence flag: a binder object must be recorded at the read position, then T::Unmarshalling reads it.
+    template <typename T>
+    sptr<T> ReadObject();
+    // Whether a whole binder object is recorded at the read position.
+    bool CheckOffsets();
 
     bool WriteBoolVector(const std::vector<bool> &val);
     bool WriteInt8Vector(const std::vector<int8_t> &val);
@@ -210,7 +233,8 @@ public:
     bool ReadUInt64Vector(std::vector<uint64_t> *val);
     bool ReadFloatVector(std::vector<float> *val);
     bool ReadDoubleVector(std::vector<double> *val);
-    // Returns true once the count fits in the remaining bytes, even if elements are missing (they read as "").
+    // Counts are bounded by the remaining bytes at each element's smallest wire size (8 for a string, a pad that
+    // is missing at the very end allowed for); within that, elements that fail read as "" and the result is true.
     bool ReadStringVector(std::vector<std::string> *val);
     bool ReadString16Vector(std::vector<std::u16string> *val);
 
@@ -227,8 +251,6 @@ public:
 
 protected:
     bool WriteObjectOffset(binder_size_t offset);
-    // A remote object writes itself (the IPC layer's Marshalling records the binder object).
-    bool WriteRemoteObject(const Parcelable *object);
 
 private:
     DISALLOW_COPY_AND_MOVE(Parcel);
@@ -243,20 +265,24 @@ private:
     bool WriteUnaligned(T value);
     template <typename T>
     bool ReadUnaligned(T &value);
+    template <typename Wire, typename T>
+    bool WriteFixedVector(const std::vector<T> &val);
+    template <typename Wire, typename T>
+    bool ReadFixedVector(std::vector<T> *val);
     template <typename T>
-    bool WritePackedVector(const std::vector<T> &val);
-    template <typename T>
-    bool ReadPackedVector(std::vector<T> *val);
-    template <typename T>
-    bool ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)());
+    bool ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)(), size_t minLastElement);
 
+    // Room for `size` more bytes at the write cursor, growing if needed; counts one write for the fault switch.
+    bool ReserveForWrite(size_t size);
     bool EnsureWritableCapacity(size_t desireCapacity);
     size_t CalcNewCapacity(size_t minNewCapacity) const;
     bool WriteDataBytes(const void *data, size_t size);
     void WritePadBytes(size_t padSize);
+    void Advance(size_t size);
     bool WriteLengthPrefixedText(const void *data, size_t length, size_t unitSize);
     bool ReadLengthPrefixedText(size_t unitSize, int32_t &length, const uint8_t *&body);
-    bool ReadCount(int32_t &count, size_t elementSize);
+    bool ReadCount(int32_t &count, size_t minElement, size_t minLastElement);
+    bool CoversObject(size_t from, size_t length) const;
 
     uint8_t *data_ = nullptr;
     size_t readCursor_ = 0;
@@ -290,6 +316,16 @@ sptr<T> Parcel::ReadStrongParcelable()
     return object;
 }
 
+template <typename T>
+sptr<T> Parcel::ReadObject()
+{
+    if (!CheckOffsets()) {
+        return nullptr;
+    }
+    sptr<T> object = T::Unmarshalling(*this);
+    return object;
+}
+
 template <typename T1, typename T2>
 bool Parcel::WriteVector(const std::vector<T1> &val, bool (Parcel::*Write)(T2))
 {
@@ -304,20 +340,22 @@ bool Parcel::WriteVector(const std::vector<T1> &val, bool (Parcel::*Write)(T2))
     return true;
 }
 
+// Generic form for element readers of any width: the count is checked against one byte per element, and the
+// vector grows only as elements really arrive, so a false count cannot size an allocation.
 template <typename T1, typename T2>
 bool Parcel::ReadVector(std::vector<T1> *val, bool (Parcel::*Read)(T2 &))
 {
     int32_t count = 0;
-    if (val == nullptr || !ReadCount(count, sizeof(T1))) {
+    if (val == nullptr || !ReadCount(count, 1, 1)) {
         return false;
     }
-    std::vector<T1> items(static_cast<size_t>(count));
+    std::vector<T1> items;
     for (int32_t i = 0; i < count; i++) {
         T2 item{};
         if (!(this->*Read)(item)) {
             return false;
         }
-        items[static_cast<size_t>(i)] = item;
+        items.push_back(item);
     }
     *val = std::move(items);
     return true;

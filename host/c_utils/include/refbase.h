@@ -2,6 +2,7 @@
 #define UTILS_BASE_REFBASE_H
 
 #include <atomic>
+#include <functional>
 #include <utility>
 
 namespace OHOS {
@@ -10,64 +11,115 @@ namespace OHOS {
 constexpr int INITIAL_PRIMARY_VALUE = 1 << 28;
 
 class RefBase;
+class WeakRefCounter;
 
-// The counts of one RefBase object. It outlives the object while weak pointers still refer to it, so a
-// wptr can always ask whether its object is alive without touching the object itself.
+// The counts of one RefBase object. It outlives the object while weak references still point at it, so a wptr
+// can always ask whether its object is alive without touching the object itself. Its own lifetime: the object
+// holds one reference and every WeakRefCounter one more (GetRefCount()).
 class RefCounter {
 public:
-    explicit RefCounter(RefBase *owner);
+    // Destroys the object in place of RefBase::RefPtrCallback when set.
+    using RefPtrCallback = std::function<void()>;
+
+    RefCounter();
     RefCounter(const RefCounter &) = delete;
     RefCounter &operator=(const RefCounter &) = delete;
+    virtual ~RefCounter();
 
-    // Lifetime of this counter: the object holds one reference, every wptr holds one more.
+    void SetCallback(const RefPtrCallback &callback);
+    void RemoveCallback();
+    bool IsRefPtrValid();
+
+    int GetRefCount();
     void IncRefCount();
+    // The last release deletes the counter.
     void DecRefCount();
-    int GetRefCount() const;
 
     // Both return the count before the change.
     int IncStrongRefCount(const void *objectId);
     int DecStrongRefCount(const void *objectId);
-    int GetStrongRefCount() const;
+    int GetStrongRefCount();
 
+    // Strong holders count as weak holders too. The last weak release destroys an object whose lifetime was
+    // extended, or one that was never strongly held.
     int IncWeakRefCount(const void *objectId);
-    // The last weak release of an object whose lifetime was extended destroys the object.
     int DecWeakRefCount(const void *objectId);
-    int GetWeakRefCount() const;
+    int GetWeakRefCount();
 
-    // Takes a strong (and weak) reference unless the object is already gone. Safe to call from any thread,
-    // also while another thread drops the last strong reference: exactly one of the two wins.
-    bool AttemptIncStrongRef(const void *objectId);
+    // Set by a successful RefBase::AttemptAcquire until CheckIsAttemptAcquireSet hands the reference back.
+    void SetAttemptAcquire();
+    bool IsAttemptAcquireSet();
+    void ClearAttemptAcquire();
 
-    // Keeps a live object alive for a moment (used to upcast a weak pointer). Returns false if the object is
-    // gone. `tookStrong` tells whether a strong reference was taken that the caller must drop again.
-    bool AttemptPin(const void *objectId, bool &tookStrong);
+    // Takes a strong (and weak) reference unless the object is already gone; `outCount` is the strong count
+    // before. Safe against the release of the last strong reference on another thread: one of the two wins.
+    bool AttemptIncStrongRef(const void *objectId, int &outCount);
 
     void ExtendObjectLifetime();
-    bool IsLifeTimeExtended() const;
-    bool IsObjectAlive() const;
-    // Called by the object's destructor.
-    void MarkDestroyed();
+    bool IsLifeTimeExtended();
+
+    // Reference tracking is not kept on the host; the switches are accepted and do nothing.
+    void EnableTracker();
+    bool IsTrackerEnabled();
 
 private:
-    ~RefCounter() = default;
+    friend class RefBase;
+    template <typename T>
+    friend class wptr;
 
-    std::atomic<int> strong_{INITIAL_PRIMARY_VALUE};
-    std::atomic<int> weak_{0};
-    std::atomic<int> refCount_{0};
+    // Keeps the object of a lineage alive for a moment (to convert its address). False if it is gone;
+    // `tookStrong` tells whether a strong reference was taken that the caller drops again.
+    static bool PinLineage(WeakRefCounter *lineage, const void *objectId, bool &tookStrong);
+    // Runs the callback once; nothing of the counter may be touched afterwards (it may be gone with the object).
+    void DestroyObject();
+
+    std::atomic<int> atomicStrong_{INITIAL_PRIMARY_VALUE};
+    std::atomic<int> atomicWeak_{0};
+    std::atomic<int> atomicRefCount_;
     std::atomic<bool> extended_{false};
-    RefBase *const owner_;
+    std::atomic<int> attemptAcquire_{0};
+    RefPtrCallback callback_;
+    // The object, for its destruction and the hooks a promotion runs; null once it is gone.
+    std::atomic<RefBase *> owner_{nullptr};
+};
+
+// One lineage of weak pointers: a wptr and all its copies share one WeakRefCounter, which holds a single weak
+// reference on the object's RefCounter while any of them exists.
+class WeakRefCounter {
+public:
+    WeakRefCounter(RefCounter *base, void *cookie);
+    virtual ~WeakRefCounter();
+
+    void *GetRefPtr();
+    void IncWeakRefCount(const void *objectId);
+    // The last release of the lineage drops its weak reference on the object and deletes this counter.
+    void DecWeakRefCount(const void *objectId);
+    int GetWeakRefCount() const;
+    bool AttemptIncStrongRef(const void *objectId);
+
+private:
+    friend class RefCounter;
+
+    std::atomic<int> atomicWeak_{0};
+    RefCounter *refCounter_;
+    void *cookie_;
 };
 
 // Intrusive strong and weak counts. Derive from it virtually: a class may reach it through several bases.
 class RefBase {
 public:
     RefBase();
-    // A copy is a new object with its own counts.
+    // A copy is a new object with its own counts; assigning one leaves the counts alone.
     RefBase(const RefBase &);
     RefBase &operator=(const RefBase &);
+    // A move hands the counts to the new object; the moved-from one has none (GetRefCounter() is null) and every
+    // count operation on it does nothing.
     RefBase(RefBase &&other) noexcept;
     RefBase &operator=(RefBase &&other) noexcept;
     virtual ~RefBase();
+
+    // Called by the counter when the object must go: deletes it.
+    void RefPtrCallback();
 
     // After this call the object lives until its last weak reference goes, not its last strong one.
     void ExtendObjectLifetime();
@@ -77,26 +129,37 @@ public:
     // 1<<28 until the first strong reference is taken.
     int GetSptrRefCount();
 
+    // A new weak lineage for `cookie` (the object's address as the wptr's type sees it).
+    WeakRefCounter *CreateWeakRef(void *cookie);
     void IncWeakRef(const void *objectId);
     void DecWeakRef(const void *objectId);
-    // Strong holders count as weak holders too.
+    // Strong holders and weak lineages, each counted once.
     int GetWptrRefCount();
 
-    bool AttemptIncStrongRef(const void *objectId);
+    // A strong reference taken for a caller that wraps the object into an sptr right after; that sptr's
+    // creator then calls CheckIsAttemptAcquireSet to hand the extra reference back.
     bool AttemptAcquire(const void *objectId);
+    bool IsAttemptAcquireSet();
+    void CheckIsAttemptAcquireSet(const void *objectId);
+    bool AttemptIncStrongRef(const void *objectId);
     bool IsExtendLifeTimeSet();
 
     // Hooks, called on the thread that changes the count.
     virtual void OnFirstStrongRef(const void *objectId);
     virtual void OnLastStrongRef(const void *objectId);
-    // Only for objects with an extended lifetime, right before they are destroyed.
+    // Only for objects destroyed by their last weak reference, right before that.
     virtual void OnLastWeakRef(const void *objectId);
     // Asked before an extended-lifetime object without strong references is promoted again.
     virtual bool OnAttemptPromoted(const void *objectId);
 
+    // Reference tracking is not kept on the host; the switches are accepted and do nothing.
+    void EnableTracker();
+
     RefCounter *GetRefCounter() const;
 
 private:
+    void AdoptCounter(RefCounter *refs);
+
     RefCounter *refs_ = nullptr;
 };
 
@@ -112,6 +175,8 @@ public:
     sptr(sptr<T> &&other) noexcept;
     template <typename O>
     sptr(const sptr<O> &other);
+    // Promotion of a weak lineage: null unless the object could be strongly referenced.
+    sptr(WeakRefCounter *p, bool force);
     ~sptr();
 
     template <typename... Args>
@@ -174,12 +239,6 @@ public:
     }
 
 private:
-    template <typename O>
-    friend class wptr;
-
-    // Takes over a strong reference that was already counted (a successful promotion).
-    static sptr<T> Adopt(T *counted);
-
     T *refs_ = nullptr;
 };
 
@@ -187,64 +246,71 @@ template <typename T>
 class wptr {
 public:
     wptr() = default;
+    // Each of these starts a new lineage.
     wptr(T *other);
+    template <typename O>
+    wptr(O *other);
     wptr(const sptr<T> &other);
+    template <typename O>
+    wptr(const sptr<O> &other);
+    // Copies join the lineage of `other`.
     wptr(const wptr<T> &other);
     wptr(wptr<T> &&other) noexcept;
     template <typename O>
     wptr(const wptr<O> &other);
-    template <typename O>
-    wptr(const sptr<O> &other);
     ~wptr();
 
     wptr<T> &operator=(T *other);
+    template <typename O>
+    wptr<T> &operator=(O *other);
     wptr<T> &operator=(const sptr<T> &other);
+    template <typename O>
+    wptr<T> &operator=(const sptr<O> &other);
     wptr<T> &operator=(const wptr<T> &other);
     wptr<T> &operator=(wptr<T> &&other) noexcept;
     template <typename O>
     wptr<T> &operator=(const wptr<O> &other);
-    template <typename O>
-    wptr<T> &operator=(const sptr<O> &other);
 
     // The raw pointer may dangle once the object is gone; only promote() gives a usable one.
     T *GetRefPtr() const
     {
-        return ptr_;
+        return refs_ != nullptr ? static_cast<T *>(refs_->GetRefPtr()) : nullptr;
     }
     T &operator*() const
     {
-        return *ptr_;
+        return *GetRefPtr();
     }
     T *operator->() const
     {
-        return ptr_;
+        return GetRefPtr();
     }
 
     bool operator==(const T *other) const
     {
-        return ptr_ == other;
+        return GetRefPtr() == other;
     }
     bool operator!=(const T *other) const
     {
-        return ptr_ != other;
+        return GetRefPtr() != other;
     }
     bool operator==(const wptr<T> &other) const
     {
-        return ptr_ == other.ptr_;
+        return GetRefPtr() == other.GetRefPtr();
     }
     bool operator!=(const wptr<T> &other) const
     {
-        return ptr_ != other.ptr_;
+        return GetRefPtr() != other.GetRefPtr();
     }
     bool operator==(const sptr<T> &other) const
     {
-        return ptr_ == other.GetRefPtr();
+        return GetRefPtr() == other.GetRefPtr();
     }
     bool operator!=(const sptr<T> &other) const
     {
-        return ptr_ != other.GetRefPtr();
+        return GetRefPtr() != other.GetRefPtr();
     }
 
+    // References held through this pointer's lineage.
     int GetWeakRefCount() const;
     bool AttemptIncStrongRef(const void *objectId) const;
 
@@ -256,11 +322,10 @@ private:
     template <typename O>
     friend class wptr;
 
-    void Attach(T *object, RefCounter *refs);
-    void Release();
+    static WeakRefCounter *NewLineage(T *object, const void *objectId);
+    void Reset(WeakRefCounter *refs);
 
-    T *ptr_ = nullptr;
-    RefCounter *refs_ = nullptr;
+    WeakRefCounter *refs_ = nullptr;
 };
 
 // ---- sptr ----
@@ -291,6 +356,14 @@ sptr<T>::sptr(const sptr<O> &other) : sptr(other.GetRefPtr())
 }
 
 template <typename T>
+sptr<T>::sptr(WeakRefCounter *p, bool)
+{
+    if (p != nullptr && p->AttemptIncStrongRef(this)) {
+        refs_ = static_cast<T *>(p->GetRefPtr());
+    }
+}
+
+template <typename T>
 sptr<T>::~sptr()
 {
     if (refs_ != nullptr) {
@@ -303,14 +376,6 @@ template <typename... Args>
 sptr<T> sptr<T>::MakeSptr(Args &&...args)
 {
     return sptr<T>(new T(std::forward<Args>(args)...));
-}
-
-template <typename T>
-sptr<T> sptr<T>::Adopt(T *counted)
-{
-    sptr<T> result;
-    result.refs_ = counted;
-    return result;
 }
 
 template <typename T>
@@ -380,32 +445,35 @@ void sptr<T>::clear()
 // ---- wptr ----
 
 template <typename T>
-void wptr<T>::Attach(T *object, RefCounter *refs)
+WeakRefCounter *wptr<T>::NewLineage(T *object, const void *objectId)
 {
-    ptr_ = object;
-    refs_ = refs;
-    if (refs_ != nullptr) {
-        refs_->IncRefCount();
-        refs_->IncWeakRefCount(this);
-    }
-}
-
-template <typename T>
-void wptr<T>::Release()
-{
-    RefCounter *refs = refs_;
-    ptr_ = nullptr;
-    refs_ = nullptr;
+    WeakRefCounter *refs = object != nullptr ? object->CreateWeakRef(object) : nullptr;
     if (refs != nullptr) {
-        refs->DecWeakRefCount(this);
-        refs->DecRefCount();
+        refs->IncWeakRefCount(objectId);
+    }
+    return refs;
+}
+
+// Takes `refs` (already counted for this pointer) and releases the lineage held before.
+template <typename T>
+void wptr<T>::Reset(WeakRefCounter *refs)
+{
+    WeakRefCounter *old = refs_;
+    refs_ = refs;
+    if (old != nullptr) {
+        old->DecWeakRefCount(this);
     }
 }
 
 template <typename T>
-wptr<T>::wptr(T *other)
+wptr<T>::wptr(T *other) : refs_(NewLineage(other, this))
 {
-    Attach(other, other != nullptr ? other->GetRefCounter() : nullptr);
+}
+
+template <typename T>
+template <typename O>
+wptr<T>::wptr(O *other) : wptr(static_cast<T *>(other))
+{
 }
 
 template <typename T>
@@ -414,15 +482,22 @@ wptr<T>::wptr(const sptr<T> &other) : wptr(other.GetRefPtr())
 }
 
 template <typename T>
-wptr<T>::wptr(const wptr<T> &other)
+template <typename O>
+wptr<T>::wptr(const sptr<O> &other) : wptr(static_cast<T *>(other.GetRefPtr()))
 {
-    Attach(other.ptr_, other.refs_);
 }
 
 template <typename T>
-wptr<T>::wptr(wptr<T> &&other) noexcept : ptr_(other.ptr_), refs_(other.refs_)
+wptr<T>::wptr(const wptr<T> &other) : refs_(other.refs_)
 {
-    other.ptr_ = nullptr;
+    if (refs_ != nullptr) {
+        refs_->IncWeakRefCount(this);
+    }
+}
+
+template <typename T>
+wptr<T>::wptr(wptr<T> &&other) noexcept : refs_(other.refs_)
+{
     other.refs_ = nullptr;
 }
 
@@ -434,22 +509,23 @@ wptr<T>::wptr(const wptr<O> &other)
 }
 
 template <typename T>
-template <typename O>
-wptr<T>::wptr(const sptr<O> &other) : wptr(other.GetRefPtr())
-{
-}
-
-template <typename T>
 wptr<T>::~wptr()
 {
-    Release();
+    Reset(nullptr);
 }
 
 template <typename T>
 wptr<T> &wptr<T>::operator=(T *other)
 {
-    wptr<T> fresh(other);
-    return operator=(std::move(fresh));
+    Reset(NewLineage(other, this));
+    return *this;
+}
+
+template <typename T>
+template <typename O>
+wptr<T> &wptr<T>::operator=(O *other)
+{
+    return operator=(static_cast<T *>(other));
 }
 
 template <typename T>
@@ -459,12 +535,19 @@ wptr<T> &wptr<T>::operator=(const sptr<T> &other)
 }
 
 template <typename T>
+template <typename O>
+wptr<T> &wptr<T>::operator=(const sptr<O> &other)
+{
+    return operator=(static_cast<T *>(other.GetRefPtr()));
+}
+
+template <typename T>
 wptr<T> &wptr<T>::operator=(const wptr<T> &other)
 {
-    if (this != &other) {
-        wptr<T> copy(other);
-        operator=(std::move(copy));
+    if (other.refs_ != nullptr) {
+        other.refs_->IncWeakRefCount(this);
     }
+    Reset(other.refs_);
     return *this;
 }
 
@@ -472,39 +555,42 @@ template <typename T>
 wptr<T> &wptr<T>::operator=(wptr<T> &&other) noexcept
 {
     if (this != &other) {
-        Release();
-        ptr_ = other.ptr_;
-        refs_ = other.refs_;
-        other.ptr_ = nullptr;
+        Reset(other.refs_);
         other.refs_ = nullptr;
     }
     return *this;
 }
 
+// A lineage of another type is joined when the object's address is the same under both types. Otherwise (a
+// second base) the address is converted while the object is pinned, and a lineage for that address is started;
+// a dead object cannot be converted, and its lineage is joined as it is.
 template <typename T>
 template <typename O>
 wptr<T> &wptr<T>::operator=(const wptr<O> &other)
 {
-    // Converting O* to T* may read the object (virtual bases), so it is done only while the object is held.
-    RefCounter *refs = other.refs_;
+    WeakRefCounter *source = other.refs_;
+    if (source == nullptr) {
+        Reset(nullptr);
+        return *this;
+    }
+    auto *original = static_cast<O *>(source->GetRefPtr());
     bool tookStrong = false;
-    T *converted = nullptr;
-    if (refs != nullptr && refs->AttemptPin(this, tookStrong)) {
-        converted = other.ptr_;
+    if (!RefCounter::PinLineage(source, this, tookStrong)) {
+        source->IncWeakRefCount(this);
+        Reset(source);
+        return *this;
     }
-    wptr<T> fresh;
-    fresh.Attach(converted, refs);
+    T *converted = original;
+    if (static_cast<void *>(converted) != static_cast<void *>(original)) {
+        Reset(NewLineage(converted, this));
+    } else {
+        source->IncWeakRefCount(this);
+        Reset(source);
+    }
     if (tookStrong) {
-        other.ptr_->DecStrongRef(this);
+        converted->DecStrongRef(this);
     }
-    return operator=(std::move(fresh));
-}
-
-template <typename T>
-template <typename O>
-wptr<T> &wptr<T>::operator=(const sptr<O> &other)
-{
-    return operator=(other.GetRefPtr());
+    return *this;
 }
 
 template <typename T>
@@ -522,10 +608,7 @@ bool wptr<T>::AttemptIncStrongRef(const void *objectId) const
 template <typename T>
 const sptr<T> wptr<T>::promote() const
 {
-    if (ptr_ == nullptr || !AttemptIncStrongRef(this)) {
-        return sptr<T>();
-    }
-    return sptr<T>::Adopt(ptr_);
+    return sptr<T>(refs_, true);
 }
 
 } // namespace OHOS

@@ -1,9 +1,13 @@
 #include "parcel.h"
 
+#include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+
+#include "host_parcel.h"
 
 namespace OHOS {
 
@@ -23,7 +27,48 @@ constexpr size_t PaddedSize(size_t size)
 {
     return size + PadSize(size);
 }
+
+// The smallest wire size of a string element: its length word and one NUL word.
+constexpr size_t MIN_TEXT_ELEMENT = 2 * sizeof(int32_t);
+
+// Write-fault switch. The flag is set by the first use of the switch in the process, so parcels in a process
+// that never uses it pay one relaxed load per write.
+std::atomic<bool> g_faultSwitchUsed{false};
+
+struct WriteFault {
+    uint32_t failAt = 0;
+    uint32_t count = 0;
+};
+thread_local WriteFault t_writeFault;
+
+__attribute__((noinline)) bool CountWriteAndFail()
+{
+    WriteFault &fault = t_writeFault;
+    if (++fault.count != fault.failAt) {
+        return false;
+    }
+    fault.failAt = 0;
+    return true;
+}
+
+inline bool WriteFaultInjected()
+{
+    return __builtin_expect(g_faultSwitchUsed.load(std::memory_order_relaxed), 0) && CountWriteAndFail();
+}
 } // namespace
+
+namespace HostParcel {
+void FailNthWrite(uint32_t n)
+{
+    g_faultSwitchUsed.store(true, std::memory_order_relaxed);
+    t_writeFault = WriteFault{n, 0};
+}
+
+uint32_t WriteCount()
+{
+    return t_writeFault.count;
+}
+} // namespace HostParcel
 
 Parcelable::Parcelable() : Parcelable(false) {}
 
@@ -112,6 +157,30 @@ bool Parcel::SetDataCapacity(size_t newCapacity)
     return true;
 }
 
+bool Parcel::SetAllocator(Allocator *allocator)
+{
+    if (allocator == nullptr || allocator == allocator_) {
+        return false;
+    }
+    void *moved = nullptr;
+    if (data_ != nullptr && dataSize_ > 0) {
+        moved = allocator->Alloc(dataSize_);
+        if (moved == nullptr) {
+            return false;
+        }
+        memcpy(moved, data_, dataSize_);
+    }
+    if (data_ != nullptr && allocator_ != nullptr) {
+        allocator_->Dealloc(data_);
+    }
+    delete allocator_;
+    allocator_ = allocator;
+    data_ = static_cast<uint8_t *>(moved);
+    dataCapacity_ = moved != nullptr ? dataSize_ : 0;
+    writable_ = true;
+    return true;
+}
+
 bool Parcel::SetDataSize(size_t dataSize)
 {
     if (dataSize > dataCapacity_) {
@@ -165,44 +234,65 @@ bool Parcel::EnsureWritableCapacity(size_t desireCapacity)
     return true;
 }
 
-void Parcel::WritePadBytes(size_t padSize)
+// The one gate of every write into the storage: the fault switch, then room at the cursor (the common case
+// without a call), then growth.
+inline bool Parcel::ReserveForWrite(size_t size)
 {
-    memset(data_ + writeCursor_, 0, padSize);
-    writeCursor_ += padSize;
+    if (WriteFaultInjected()) {
+        return false;
+    }
+    if (__builtin_expect(writable_ && size <= dataCapacity_ - writeCursor_, 1)) {
+        return true;
+    }
+    return EnsureWritableCapacity(size);
+}
+
+inline void Parcel::Advance(size_t size)
+{
+    writeCursor_ += size;
     if (writeCursor_ > dataSize_) {
         dataSize_ = writeCursor_;
     }
+}
+
+void Parcel::WritePadBytes(size_t padSize)
+{
+    memset(data_ + writeCursor_, 0, padSize);
+    Advance(padSize);
 }
 
 bool Parcel::WriteDataBytes(const void *data, size_t size)
 {
-    size_t padSize = PadSize(size);
-    if (!EnsureWritableCapacity(size + padSize)) {
+    if (size > SIZE_MAX - ALIGNMENT || !ReserveForWrite(PaddedSize(size))) {
         return false;
     }
     memcpy(data_ + writeCursor_, data, size);
-    writeCursor_ += size;
-    WritePadBytes(padSize);
+    Advance(size);
+    WritePadBytes(PadSize(size));
+    return true;
+}
+
+// Fixed-size values are whole words: one store, no padding to compute.
+template <typename T>
+inline bool Parcel::Write(T value)
+{
+    static_assert(sizeof(T) % ALIGNMENT == 0, "padded values go through WriteDataBytes");
+    if (!ReserveForWrite(sizeof(T))) {
+        return false;
+    }
+    memcpy(data_ + writeCursor_, &value, sizeof(T));
+    Advance(sizeof(T));
     return true;
 }
 
 template <typename T>
-bool Parcel::Write(T value)
+inline bool Parcel::WriteUnaligned(T value)
 {
-    return WriteDataBytes(&value, sizeof(T));
-}
-
-template <typename T>
-bool Parcel::WriteUnaligned(T value)
-{
-    if (!EnsureWritableCapacity(sizeof(T))) {
+    if (!ReserveForWrite(sizeof(T))) {
         return false;
     }
     memcpy(data_ + writeCursor_, &value, sizeof(T));
-    writeCursor_ += sizeof(T);
-    if (writeCursor_ > dataSize_) {
-        dataSize_ = writeCursor_;
-    }
+    Advance(sizeof(T));
     return true;
 }
 
@@ -306,17 +396,14 @@ bool Parcel::WriteUnpadBuffer(const void *data, size_t size)
 
 bool Parcel::WriteBufferAddTerminator(const void *data, size_t size, size_t typeSize)
 {
-    if (data == nullptr || typeSize == 0 || size > SIZE_MAX - ALIGNMENT - typeSize) {
+    if (data == nullptr || typeSize == 0 || size < typeSize || size > SIZE_MAX - ALIGNMENT ||
+        !ReserveForWrite(PaddedSize(size))) {
         return false;
     }
-    size_t terminated = size + typeSize;
-    size_t padSize = PadSize(terminated);
-    if (!EnsureWritableCapacity(terminated + padSize)) {
-        return false;
-    }
-    memcpy(data_ + writeCursor_, data, size);
-    writeCursor_ += size;
-    WritePadBytes(typeSize + padSize);
+    size_t body = size - typeSize;
+    memcpy(data_ + writeCursor_, data, body);
+    memset(data_ + writeCursor_ + body, 0, typeSize + PadSize(size));
+    Advance(PaddedSize(size));
     return true;
 }
 
@@ -325,7 +412,7 @@ bool Parcel::WriteCString(const char *value)
     if (value == nullptr) {
         return false;
     }
-    return WriteBufferAddTerminator(value, strlen(value), sizeof(char));
+    return WriteBufferAddTerminator(value, strlen(value) + 1, sizeof(char));
 }
 
 // The length goes first and stays even if the body does not fit: callers see false and a 4-byte remnant.
@@ -337,7 +424,7 @@ bool Parcel::WriteLengthPrefixedText(const void *data, size_t length, size_t uni
     if (!WriteInt32(static_cast<int32_t>(length))) {
         return false;
     }
-    return WriteBufferAddTerminator(data, length * unitSize, unitSize);
+    return WriteBufferAddTerminator(data, (length + 1) * unitSize, unitSize);
 }
 
 bool Parcel::WriteString(const std::string &value)
@@ -368,7 +455,7 @@ bool Parcel::WriteString8WithLength(const char *value, size_t len)
 
 bool Parcel::WriteRemoteObject(const Parcelable *object)
 {
-    return object->Marshalling(*this);
+    return object != nullptr && object->Marshalling(*this);
 }
 
 bool Parcel::WriteObjectOffset(binder_size_t offset)
@@ -403,7 +490,10 @@ bool Parcel::WriteStrongParcelable(const sptr<Parcelable> &object)
         WriteInt32(0);
         return true;
     }
-    object->SetBehavior(Parcelable::BehaviorFlag::HOLD_OBJECT);
+    // Read first: a record written again and again keeps its cache line shared instead of locking it each time.
+    if (!object->TestBehavior(Parcelable::BehaviorFlag::HOLD_OBJECT)) {
+        object->SetBehavior(Parcelable::BehaviorFlag::HOLD_OBJECT);
+    }
     return WriteParcelable(object.GetRefPtr());
 }
 
@@ -416,15 +506,16 @@ bool Parcel::ParseFrom(uintptr_t data, size_t size)
     data_ = reinterpret_cast<uint8_t *>(data);
     dataSize_ = size;
     dataCapacity_ = size;
-    writeCursor_ = size;
     writable_ = false;
     return true;
 }
 
+// A fixed-size read that would take part of a recorded binder object is refused, as on the device.
 template <typename T>
-bool Parcel::Read(T &value)
+inline bool Parcel::Read(T &value)
 {
-    if (GetReadableBytes() < sizeof(T)) {
+    if (readCursor_ > dataSize_ || sizeof(T) > dataSize_ - readCursor_ ||
+        (__builtin_expect(!objectOffsets_.empty(), 0) && CoversObject(readCursor_, sizeof(T)))) {
         return false;
     }
     memcpy(&value, data_ + readCursor_, sizeof(T));
@@ -433,14 +524,14 @@ bool Parcel::Read(T &value)
 }
 
 template <typename T>
-T Parcel::ReadValue()
+inline T Parcel::ReadValue()
 {
     T value{};
     return Read<T>(value) ? value : T{};
 }
 
 template <typename T>
-bool Parcel::ReadUnaligned(T &value)
+inline bool Parcel::ReadUnaligned(T &value)
 {
     if (GetReadableBytes() < sizeof(T)) {
         return false;
@@ -448,6 +539,26 @@ bool Parcel::ReadUnaligned(T &value)
     memcpy(&value, data_ + readCursor_, sizeof(T));
     readCursor_ += sizeof(T);
     return true;
+}
+
+bool Parcel::CoversObject(size_t from, size_t length) const
+{
+    constexpr size_t objectSize = sizeof(parcel_flat_binder_object);
+    for (binder_size_t offset : objectOffsets_) {
+        bool overlaps = offset < from + length && from < offset + objectSize;
+        if (overlaps && !(offset == from && length == objectSize)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Parcel::CheckOffsets()
+{
+    if (GetReadableBytes() < sizeof(parcel_flat_binder_object)) {
+        return false;
+    }
+    return std::find(objectOffsets_.begin(), objectOffsets_.end(), readCursor_) != objectOffsets_.end();
 }
 
 bool Parcel::ReadBool()
@@ -582,10 +693,11 @@ bool Parcel::ReadDouble(double &value)
     return Read<double>(value);
 }
 
+// Read as a byte: any value other than 0 and 1 in a bool object is undefined behaviour.
 bool Parcel::ReadBoolUnaligned()
 {
-    bool value = false;
-    return ReadUnaligned<bool>(value) && value;
+    uint8_t value = 0;
+    return ReadUnaligned<uint8_t>(value) && value != 0;
 }
 
 bool Parcel::ReadInt8Unaligned(int8_t &value)
@@ -610,7 +722,13 @@ bool Parcel::ReadUint16Unaligned(uint16_t &value)
 
 const uint8_t *Parcel::ReadBuffer(size_t length)
 {
-    if (data_ == nullptr || length > GetReadableBytes()) {
+    return ReadBuffer(length, true);
+}
+
+const uint8_t *Parcel::ReadBuffer(size_t length, bool isValidate)
+{
+    if (data_ == nullptr || length > GetReadableBytes() ||
+        (isValidate && !objectOffsets_.empty() && CoversObject(readCursor_, length))) {
         return nullptr;
     }
     const uint8_t *buffer = data_ + readCursor_;
@@ -772,50 +890,95 @@ size_t Parcel::GetWritePosition()
     return writeCursor_;
 }
 
-// A count that cannot fit in the remaining bytes is refused before anything is sized by it.
-bool Parcel::ReadCount(int32_t &count, size_t elementSize)
+// A count is refused unless its elements can be present: count - 1 elements of their smallest wire size and a
+// last one that may lack its pad at the very end. A missing count reads as 0.
+bool Parcel::ReadCount(int32_t &count, size_t minElement, size_t minLastElement)
 {
     count = ReadInt32();
-    if (count < 0) {
-        return false;
+    if (count <= 0) {
+        return count == 0;
     }
-    return static_cast<size_t>(count) <= GetReadableBytes() / elementSize;
+    size_t readable = GetReadableBytes();
+    return readable >= minLastElement && static_cast<size_t>(count) - 1 <= (readable - minLastElement) / minElement;
 }
 
-template <typename T>
-bool Parcel::WritePackedVector(const std::vector<T> &val)
+// Elements travel as `Wire` values: words for the wide types, single bytes for the packed ones, with one pad at
+// the end. When the room is already there and no write fault is armed, the vector goes in one pass; otherwise
+// element by element, so that a parcel at its limit keeps the platform's partial writes and growth steps.
+template <typename Wire, typename T>
+bool Parcel::WriteFixedVector(const std::vector<T> &val)
 {
-    if (val.size() > static_cast<size_t>(INT32_MAX) || !WriteInt32(static_cast<int32_t>(val.size()))) {
+    if (val.size() > static_cast<size_t>(INT32_MAX)) {
         return false;
     }
-    if (val.empty()) {
+    size_t body = val.size() * sizeof(Wire);
+    size_t total = sizeof(int32_t) + PaddedSize(body);
+    if (!g_faultSwitchUsed.load(std::memory_order_relaxed) && writable_ && total <= dataCapacity_ - writeCursor_) {
+        uint8_t *out = data_ + writeCursor_;
+        int32_t count = static_cast<int32_t>(val.size());
+        memcpy(out, &count, sizeof(count));
+        out += sizeof(count);
+        for (const T &item : val) {
+            Wire wire = static_cast<Wire>(item);
+            memcpy(out, &wire, sizeof(Wire));
+            out += sizeof(Wire);
+        }
+        memset(out, 0, PadSize(body));
+        Advance(total);
         return true;
     }
-    return WriteDataBytes(val.data(), val.size() * sizeof(T));
-}
-
-template <typename T>
-bool Parcel::ReadPackedVector(std::vector<T> *val)
-{
-    int32_t count = 0;
-    if (val == nullptr || !ReadCount(count, sizeof(T))) {
+    if (!WriteInt32(static_cast<int32_t>(val.size()))) {
         return false;
     }
-    size_t size = static_cast<size_t>(count) * sizeof(T);
-    val->resize(static_cast<size_t>(count));
-    if (count > 0) {
-        memcpy(val->data(), data_ + readCursor_, size);
-        readCursor_ += size;
-        SkipBytes(PadSize(size));
+    for (const T &item : val) {
+        bool written = false;
+        if constexpr (sizeof(Wire) < ALIGNMENT) {
+            written = WriteUnaligned<Wire>(static_cast<Wire>(item));
+        } else {
+            written = Write<Wire>(static_cast<Wire>(item));
+        }
+        if (!written) {
+            return false;
+        }
     }
+    if (PadSize(body) == 0) {
+        return true;
+    }
+    if (!EnsureWritableCapacity(PadSize(body))) {
+        return false;
+    }
+    WritePadBytes(PadSize(body));
+    return true;
+}
+
+template <typename Wire, typename T>
+bool Parcel::ReadFixedVector(std::vector<T> *val)
+{
+    int32_t count = 0;
+    if (val == nullptr || !ReadCount(count, sizeof(Wire), sizeof(Wire))) {
+        return false;
+    }
+    size_t body = static_cast<size_t>(count) * sizeof(Wire);
+    if (!objectOffsets_.empty() && CoversObject(readCursor_, body)) {
+        return false;
+    }
+    const uint8_t *in = data_ + readCursor_;
+    val->resize(static_cast<size_t>(count));
+    for (size_t i = 0; i < val->size(); i++) {
+        Wire wire;
+        memcpy(&wire, in + i * sizeof(Wire), sizeof(Wire));
+        (*val)[i] = static_cast<T>(wire);
+    }
+    readCursor_ += body;
+    SkipBytes(PadSize(body));
     return true;
 }
 
 template <typename T>
-bool Parcel::ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)())
+bool Parcel::ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)(), size_t minLastElement)
 {
     int32_t count = 0;
-    if (val == nullptr || !ReadCount(count, 1)) {
+    if (val == nullptr || !ReadCount(count, MIN_TEXT_ELEMENT, minLastElement)) {
         return false;
     }
     // Element failures are not reported: a short element reads as empty, as on the device.
@@ -826,59 +989,61 @@ bool Parcel::ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)())
     return true;
 }
 
+// Wire widths of the vector elements: bool and int16 are widened to words like their scalar writers; int8, uint8
+// and uint16 are packed.
 bool Parcel::WriteBoolVector(const std::vector<bool> &val)
 {
-    return WriteVector(val, &Parcel::WriteBool);
+    return WriteFixedVector<int32_t>(val);
 }
 
 bool Parcel::WriteInt8Vector(const std::vector<int8_t> &val)
 {
-    return WritePackedVector(val);
+    return WriteFixedVector<int8_t>(val);
 }
 
 bool Parcel::WriteInt16Vector(const std::vector<int16_t> &val)
 {
-    return WritePackedVector(val);
+    return WriteFixedVector<int32_t>(val);
 }
 
 bool Parcel::WriteInt32Vector(const std::vector<int32_t> &val)
 {
-    return WriteVector(val, &Parcel::WriteInt32);
+    return WriteFixedVector<int32_t>(val);
 }
 
 bool Parcel::WriteInt64Vector(const std::vector<int64_t> &val)
 {
-    return WriteVector(val, &Parcel::WriteInt64);
+    return WriteFixedVector<int64_t>(val);
 }
 
 bool Parcel::WriteUInt8Vector(const std::vector<uint8_t> &val)
 {
-    return WritePackedVector(val);
+    return WriteFixedVector<uint8_t>(val);
 }
 
 bool Parcel::WriteUInt16Vector(const std::vector<uint16_t> &val)
 {
-    return WritePackedVector(val);
+    return WriteFixedVector<uint16_t>(val);
 }
 
 bool Parcel::WriteUInt32Vector(const std::vector<uint32_t> &val)
 {
-    return WriteVector(val, &Parcel::WriteUint32);
+    return WriteFixedVector<uint32_t>(val);
 }
 
 bool Parcel::WriteUInt64Vector(const std::vector<uint64_t> &val)
 {
-    return WriteVector(val, &Parcel::WriteUint64);
+    return WriteFixedVector<uint64_t>(val);
 }
 
 bool Parcel::WriteFloatVector(const std::vector<float> &val)
 {
-    return WriteVector(val, &Parcel::WriteFloat);
+    return WriteFixedVector<float>(val);
 }
 
 bool Parcel::WriteDoubleVector(const std::vector<double> &val)
 {
-    return WriteVector(val, &Parcel::WriteDouble);
+    return WriteFixedVector<double>(val);
 }
 
 bool Parcel::WriteStringVector(const std::vector<std::string> &val)
@@ -893,67 +1058,67 @@ bool Parcel::WriteString16Vector(const std::vector<std::u16string> &val)
 
 bool Parcel::ReadBoolVector(std::vector<bool> *val)
 {
-    return ReadVector(val, &Parcel::ReadBool);
+    return ReadFixedVector<int32_t>(val);
 }
 
 bool Parcel::ReadInt8Vector(std::vector<int8_t> *val)
 {
-    return ReadPackedVector(val);
+    return ReadFixedVector<int8_t>(val);
 }
 
 bool Parcel::ReadInt16Vector(std::vector<int16_t> *val)
 {
-    return ReadPackedVector(val);
+    return ReadFixedVector<int32_t>(val);
 }
 
 bool Parcel::ReadInt32Vector(std::vector<int32_t> *val)
 {
-    return ReadVector(val, &Parcel::ReadInt32);
+    return ReadFixedVector<int32_t>(val);
 }
 
 bool Parcel::ReadInt64Vector(std::vector<int64_t> *val)
 {
-    return ReadVector(val, &Parcel::ReadInt64);
+    return ReadFixedVector<int64_t>(val);
 }
 
 bool Parcel::ReadUInt8Vector(std::vector<uint8_t> *val)
 {
-    return ReadPackedVector(val);
+    return ReadFixedVector<uint8_t>(val);
 }
 
 bool Parcel::ReadUInt16Vector(std::vector<uint16_t> *val)
 {
-    return ReadPackedVector(val);
+    return ReadFixedVector<uint16_t>(val);
 }
 
 bool Parcel::ReadUInt32Vector(std::vector<uint32_t> *val)
 {
-    return ReadVector(val, &Parcel::ReadUint32);
+    return ReadFixedVector<uint32_t>(val);
 }
 
 bool Parcel::ReadUInt64Vector(std::vector<uint64_t> *val)
 {
-    return ReadVector(val, &Parcel::ReadUint64);
+    return ReadFixedVector<uint64_t>(val);
 }
 
 bool Parcel::ReadFloatVector(std::vector<float> *val)
 {
-    return ReadVector(val, &Parcel::ReadFloat);
+    return ReadFixedVector<float>(val);
 }
 
 bool Parcel::ReadDoubleVector(std::vector<double> *val)
 {
-    return ReadVector(val, &Parcel::ReadDouble);
+    return ReadFixedVector<double>(val);
 }
 
 bool Parcel::ReadStringVector(std::vector<std::string> *val)
 {
-    return ReadTextVector(val, &Parcel::ReadString);
+    return ReadTextVector(val, &Parcel::ReadString, sizeof(int32_t) + sizeof(char));
 }
 
 bool Parcel::ReadString16Vector(std::vector<std::u16string> *val)
 {
-    return ReadTextVector(val, &Parcel::ReadString16);
+    return ReadTextVector(val, &Parcel::ReadString16, sizeof(int32_t) + sizeof(char16_t));
 }
 
 void Parcel::InjectOffsets(binder_size_t offsets, size_t offsetSize)

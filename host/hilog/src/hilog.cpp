@@ -1,229 +1,187 @@
-// Host HiLog: formats like the platform (privacy tags honoured) and writes hilog-like lines to stderr or a sink.
+// Host HiLog: the level check comes first, then the caller formats (privacy tags honoured) and hands the line to
+// the background writer, or, while a test sink is installed, to the sink on its own thread.
+#include <pthread.h>
+#include <strings.h>
+
+#include <atomic>
+#include <condition_variable>
 #include <cstdarg>
-#include <cstdio>
-#include <ctime>
+#include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
-#include "host_log.h"
 #include "hilog/log.h"
+#include "host_log.h"
+#include "log_format.h"
+#include "log_writer.h"
 
 namespace {
-std::mutex g_sinkMutex;
-std::function<void(const HiLogRecord &)> g_sink;
+constexpr const char *LEVEL_VARIABLE = "OHOS_HOST_LOG_LEVEL";
+constexpr int LEVEL_NOT_READ = -1;
 
-constexpr const char *PRIVATE_VALUE = "<private>";
+std::atomic<int> g_minLevel{LEVEL_NOT_READ};
 
-struct Conversion {
-    std::string pattern; // the printf conversion without the privacy tag, e.g. "%-8.3lu"
-    bool isPublic = false;
-    std::string length;
-    char conv = '\0';
+// D/I/W/E/F or debug/info/warn/error/fatal, in any case; anything else means the default, info.
+LogLevel ParseLevel(const char *value)
+{
+    struct Name {
+        const char *letter;
+        const char *word;
+        LogLevel level;
+    };
+    static const Name names[] = {{"D", "debug", LOG_DEBUG},
+                                 {"I", "info", LOG_INFO},
+                                 {"W", "warn", LOG_WARN},
+                                 {"E", "error", LOG_ERROR},
+                                 {"F", "fatal", LOG_FATAL}};
+    for (const Name &name : names) {
+        if (value != nullptr && (strcasecmp(value, name.letter) == 0 || strcasecmp(value, name.word) == 0)) {
+            return name.level;
+        }
+    }
+    return LOG_INFO;
+}
+
+int MinLevel()
+{
+    int level = g_minLevel.load(std::memory_order_relaxed);
+    if (level == LEVEL_NOT_READ) {
+        level = ParseLevel(std::getenv(LEVEL_VARIABLE));
+        g_minLevel.store(level, std::memory_order_relaxed);
+    }
+    return level;
+}
+
+bool LevelPasses(LogLevel level)
+{
+    return level >= MinLevel() && level < LOG_LEVEL_MAX;
+}
+
+// One installed sink and the calls of it still running. HiLogSetSink swaps the state and waits for those calls,
+// so that no call of a replaced sink starts or runs after it returns.
+struct SinkState {
+    std::function<void(const HiLogRecord &)> sink;
+    int running = 0;
 };
 
-bool IsFlag(char c)
+std::mutex g_sinkMutex;
+std::condition_variable g_sinkIdle;
+std::unique_ptr<SinkState> g_sinkState;
+std::atomic<bool> g_hasSink{false};
+thread_local int t_sinkDepth = 0; // sink calls running on this thread
+// Sinks replaced from inside a sink call on this thread: freed once that call has returned.
+thread_local std::vector<std::unique_ptr<SinkState>> t_retired;
+
+void HookForkSafety()
 {
-    return c == '-' || c == '+' || c == ' ' || c == '#' || c == '0';
+    static std::once_flag once;
+    std::call_once(once, [] {
+        pthread_atfork([] { g_sinkMutex.lock(); }, [] { g_sinkMutex.unlock(); }, [] { g_sinkMutex.unlock(); });
+    });
 }
 
-bool IsLengthChar(char c)
+// False when no sink is installed.
+bool CallSink(const HiLogRecord &record)
 {
-    return c == 'h' || c == 'l' || c == 'z' || c == 'j' || c == 't' || c == 'L' || c == 'q';
-}
-
-// Parses one conversion starting after '%'; returns the index after it.
-size_t ParseConversion(const char *fmt, size_t pos, Conversion &out)
-{
-    out = Conversion();
-    out.pattern = "%";
-    const std::string publicTag = "{public}";
-    const std::string privateTag = "{private}";
-    if (fmt[pos] == '{') {
-        std::string rest(fmt + pos);
-        if (rest.compare(0, publicTag.size(), publicTag) == 0) {
-            out.isPublic = true;
-            pos += publicTag.size();
-        } else if (rest.compare(0, privateTag.size(), privateTag) == 0) {
-            pos += privateTag.size();
+    SinkState *state = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(g_sinkMutex);
+        state = g_sinkState.get();
+        if (state == nullptr) {
+            return false;
         }
+        state->running++;
     }
-    while (IsFlag(fmt[pos])) {
-        out.pattern += fmt[pos++];
-    }
-    while ((fmt[pos] >= '0' && fmt[pos] <= '9') || fmt[pos] == '*' || fmt[pos] == '.') {
-        out.pattern += fmt[pos++];
-    }
-    while (IsLengthChar(fmt[pos])) {
-        out.length += fmt[pos];
-        out.pattern += fmt[pos++];
-    }
-    out.conv = fmt[pos];
-    if (out.conv != '\0') {
-        out.pattern += fmt[pos++];
-    }
-    return pos;
-}
-
-template <typename T>
-void Append(std::string &text, const std::string &pattern, bool show, T value)
-{
-    if (!show) {
-        text += PRIVATE_VALUE;
-        return;
-    }
-    int needed = std::snprintf(nullptr, 0, pattern.c_str(), value);
-    if (needed <= 0) {
-        return;
-    }
-    std::string piece(static_cast<size_t>(needed) + 1, '\0');
-    std::snprintf(piece.data(), piece.size(), pattern.c_str(), value);
-    piece.resize(static_cast<size_t>(needed));
-    text += piece;
-}
-
-// Takes the conversion's argument from `args` by its type, so private values are skipped correctly.
-void AppendArgument(std::string &text, const Conversion &c, va_list &args)
-{
-    std::string pattern = c.pattern;
-    // A '*' width or precision takes an int argument of its own; resolve it into the pattern.
-    for (size_t star = pattern.find('*'); star != std::string::npos; star = pattern.find('*')) {
-        pattern.replace(star, 1, std::to_string(va_arg(args, int)));
-    }
-    const std::string &len = c.length;
-    switch (c.conv) {
-        case 'd':
-        case 'i':
-        case 'u':
-        case 'x':
-        case 'X':
-        case 'o':
-        case 'c':
-            if (len == "l") {
-                Append(text, pattern, c.isPublic, va_arg(args, long));
-            } else if (len == "ll" || len == "q" || len == "j") {
-                Append(text, pattern, c.isPublic, va_arg(args, long long));
-            } else if (len == "z" || len == "t") {
-                Append(text, pattern, c.isPublic, va_arg(args, size_t));
-            } else {
-                Append(text, pattern, c.isPublic, va_arg(args, int));
+    struct Done {
+        SinkState *state;
+        ~Done()
+        {
+            {
+                std::lock_guard<std::mutex> lock(g_sinkMutex);
+                state->running--;
+                g_sinkIdle.notify_all();
             }
-            break;
-        case 'f':
-        case 'F':
-        case 'e':
-        case 'E':
-        case 'g':
-        case 'G':
-        case 'a':
-        case 'A':
-            if (len == "L") {
-                Append(text, pattern, c.isPublic, va_arg(args, long double));
-            } else {
-                Append(text, pattern, c.isPublic, va_arg(args, double));
+            if (--t_sinkDepth == 0) {
+                t_retired.clear();
             }
-            break;
-        case 's': {
-            const char *value = va_arg(args, const char *);
-            Append(text, pattern, c.isPublic, value == nullptr ? "(null)" : value);
-            break;
         }
-        case 'p':
-            Append(text, pattern, c.isPublic, va_arg(args, void *));
-            break;
-        default:
-            text += pattern; // unknown conversion: shown as written, no argument taken
-            break;
-    }
+    } done{state};
+    t_sinkDepth++;
+    state->sink(record);
+    return true;
 }
 
-// A va_list parameter decays to a pointer on some ABIs, so the arguments are walked through a local copy.
-std::string Format(const char *fmt, va_list args)
-{
-    va_list walk;
-    va_copy(walk, args);
+// The caller's formatting buffer, reused so that a line costs no allocation. A thread's objects go before the
+// statics at exit, and static destructors may still log: they then format into a buffer of their own.
+thread_local bool t_bufferGone = false;
+struct FormatBuffer {
     std::string text;
-    for (size_t pos = 0; fmt[pos] != '\0';) {
-        if (fmt[pos] != '%') {
-            text += fmt[pos++];
-            continue;
-        }
-        if (fmt[pos + 1] == '%') {
-            text += '%';
-            pos += 2;
-            continue;
-        }
-        Conversion conversion;
-        pos = ParseConversion(fmt, pos + 1, conversion);
-        AppendArgument(text, conversion, walk);
+    ~FormatBuffer()
+    {
+        t_bufferGone = true;
     }
-    va_end(walk);
-    return text;
-}
-
-char LevelLetter(LogLevel level)
-{
-    switch (level) {
-        case LOG_DEBUG:
-            return 'D';
-        case LOG_INFO:
-            return 'I';
-        case LOG_WARN:
-            return 'W';
-        case LOG_ERROR:
-            return 'E';
-        case LOG_FATAL:
-            return 'F';
-        default:
-            return '?';
-    }
-}
-
-void WriteToStderr(const HiLogRecord &record)
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    char stamp[32] = {0};
-    std::strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
-    std::fprintf(stderr, "%s.%03ld %5d %5ld %c %05X/%s: %s\n", stamp, now.tv_nsec / 1000000, static_cast<int>(getpid()),
-                 static_cast<long>(syscall(SYS_gettid)), LevelLetter(record.level), record.domain & 0xFFFFF,
-                 record.tag.c_str(), record.text.c_str());
-}
+};
+thread_local FormatBuffer t_buffer;
 } // namespace
 
 extern "C" int HiLogPrint(LogType type, LogLevel level, unsigned int domain, const char *tag, const char *fmt, ...)
 {
-    if (fmt == nullptr) {
+    if (fmt == nullptr || !LevelPasses(level)) {
         return -1;
     }
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    std::string text;
+    // A sink that logs must not format over the record it was given.
+    std::string &buffer = (t_sinkDepth > 0 || t_bufferGone) ? text : t_buffer.text;
+    buffer.clear();
     va_list args;
     va_start(args, fmt);
-    HiLogRecord record{type, level, domain, tag == nullptr ? "" : tag, Format(fmt, args)};
+    OHOS::HostLog::FormatInto(buffer, fmt, args);
     va_end(args);
-    std::function<void(const HiLogRecord &)> sink;
-    {
-        std::lock_guard<std::mutex> lock(g_sinkMutex);
-        sink = g_sink;
+    const char *safeTag = tag == nullptr ? "" : tag;
+    if (g_hasSink.load(std::memory_order_acquire) && CallSink(HiLogRecord{type, level, domain, safeTag, buffer})) {
+        return static_cast<int>(buffer.size());
     }
-    if (sink) {
-        sink(record);
-    } else {
-        WriteToStderr(record);
-    }
-    return static_cast<int>(record.text.size());
+    OHOS::HostLog::QueueLine(now, level, domain, safeTag, buffer);
+    return static_cast<int>(buffer.size());
 }
 
 extern "C" bool HiLogIsLoggable(unsigned int domain, const char *tag, LogLevel level)
 {
-    return tag != nullptr && level >= LOG_DEBUG && level < LOG_LEVEL_MAX;
+    return tag != nullptr && LevelPasses(level);
 }
 
 void HiLogSetSink(std::function<void(const HiLogRecord &)> sink)
 {
-    std::lock_guard<std::mutex> lock(g_sinkMutex);
-    g_sink = std::move(sink);
+    HookForkSafety();
+    std::unique_ptr<SinkState> next;
+    if (sink) {
+        next.reset(new SinkState{std::move(sink), 0});
+    }
+    std::unique_ptr<SinkState> old;
+    {
+        std::unique_lock<std::mutex> lock(g_sinkMutex);
+        old = std::move(g_sinkState);
+        g_sinkState = std::move(next);
+        g_hasSink.store(g_sinkState != nullptr, std::memory_order_release);
+        // Calls on this very thread cannot finish while it waits here; every other call of the old sink can.
+        SinkState *replaced = old.get();
+        g_sinkIdle.wait(lock, [replaced] { return replaced == nullptr || replaced->running <= t_sinkDepth; });
+    }
+    if (t_sinkDepth > 0 && old != nullptr) {
+        t_retired.push_back(std::move(old)); // the sink that called us is still running
+    }
+}
+
+void HiLogFlush()
+{
+    OHOS::HostLog::FlushLines();
+}
+
+void HiLogReadLevel()
+{
+    g_minLevel.store(LEVEL_NOT_READ, std::memory_order_relaxed);
 }

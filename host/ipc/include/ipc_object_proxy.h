@@ -15,6 +15,7 @@ class ObjectRegistry;
 // other side dies and tells its death recipients.
 class IPCObjectProxy : public IRemoteObject {
 public:
+    // Without a descriptor the proxy is named "IPCObjectProxy<handle>", as the runtime names the proxies it makes.
     explicit IPCObjectProxy(int handle, std::u16string descriptor = std::u16string(), int proto = IF_PROT_DEFAULT);
     ~IPCObjectProxy() override;
 
@@ -25,6 +26,7 @@ public:
         return true;
     }
     bool IsObjectDead() const override;
+    // The strong count the other side reports (SYNCHRONIZE_REFERENCE); 0 when it cannot answer.
     int32_t GetObjectRefCount() override;
     int Dump(int fd, const std::vector<std::u16string> &args) override;
     // The recipient is held until the death is reported or it is removed; false if null or already dead.
@@ -45,6 +47,7 @@ private:
     // The other side died: later requests fail and every recipient is told once, on an IPC thread.
     void MarkDead();
     sptr<IRemoteObject> Target(bool &dead);
+    int SendFrameworkRequest(uint32_t code, MessageParcel &reply);
 
     const int handle_;
     const int proto_;

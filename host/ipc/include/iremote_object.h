@@ -7,12 +7,12 @@
 
 #include "ipc_types.h"
 #include "message_option.h"
+#include "message_parcel.h"
 #include "parcel.h"
 #include "refbase.h"
 
 namespace OHOS {
 class IRemoteBroker;
-class MessageParcel;
 
 // An object that can be called across processes: a local stub, or a proxy standing for one in another process.
 class IRemoteObject : public virtual Parcelable, public virtual RefBase {
@@ -31,6 +31,7 @@ public:
         virtual void OnRemoteDied(const wptr<IRemoteObject> &object) = 0;
     };
 
+    // How many strong references the object has; a proxy asks the other side and gives 0 when it cannot.
     virtual int32_t GetObjectRefCount() = 0;
     // On a proxy the target's handler runs on an IPC thread and the caller waits unless the option is TF_ASYNC.
     virtual int SendRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) = 0;
@@ -42,6 +43,7 @@ public:
     virtual int Dump(int fd, const std::vector<std::u16string> &args) = 0;
     virtual sptr<IRemoteBroker> AsInterface();
     virtual bool IsObjectDead() const;
+    // The descriptor the object was built with; a proxy asks the other side instead.
     virtual std::u16string GetInterfaceDescriptor();
 
     // Writes this object into `parcel`, which has to be a MessageParcel.

@@ -49,6 +49,12 @@ public:
     const void *ReadRawData(size_t size);
     size_t GetRawDataCapacity() const;
 
+    // Appends the bytes of `data` (zero-padded to 4) and its objects: remote objects are shared, descriptors
+    // duplicated. An empty `data` gives true and adds nothing; when the bytes do not fit, nothing is added.
+    bool Append(MessageParcel &data);
+    // Logs the parcel's size and bytes in hex, tagged with the caller's function and line.
+    void PrintBuffer(const char *funcName, const size_t lineNum);
+
     void WriteNoException();
     // 0, or the non-zero code (its message String16 is consumed).
     int32_t ReadException();
@@ -76,6 +82,7 @@ private:
     bool WriteFlatObject(const FlatObject &flat, ObjectEntry entry);
     const ObjectEntry *EntryAtReadPosition();
     const void *MapRawData(size_t size);
+    static void CloseDescriptors(std::map<size_t, ObjectEntry> &objects);
     void ReleaseResources();
 
     std::map<size_t, ObjectEntry> objects_;

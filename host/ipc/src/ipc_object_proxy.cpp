@@ -16,8 +16,9 @@ std::u16string ProxyDescriptor(int handle)
 }
 } // namespace
 
+// Proxies made by the runtime carry no descriptor and are named after their handle.
 IPCObjectProxy::IPCObjectProxy(int handle, std::u16string descriptor, int proto) :
-    IRemoteObject(ProxyDescriptor(handle)), handle_(handle), proto_(proto)
+    IRemoteObject(descriptor.empty() ? ProxyDescriptor(handle) : std::move(descriptor)), handle_(handle), proto_(proto)
 {
 }
 
@@ -85,7 +86,11 @@ bool IPCObjectProxy::IsObjectDead() const
 
 int32_t IPCObjectProxy::GetObjectRefCount()
 {
-    return GetSptrRefCount();
+    MessageParcel reply;
+    if (SendFrameworkRequest(SYNCHRONIZE_REFERENCE, reply) != ERR_NONE) {
+        return 0;
+    }
+    return reply.ReadInt32();
 }
 
 int IPCObjectProxy::Dump(int fd, const std::vector<std::u16string> &args)
@@ -126,18 +131,26 @@ bool IPCObjectProxy::RemoveDeathRecipient(const sptr<DeathRecipient> &recipient)
     return false;
 }
 
-// The framework code bypasses the range check that guards user codes.
-std::u16string IPCObjectProxy::GetInterfaceDescriptor()
+// Framework codes bypass the range check that guards user codes.
+int IPCObjectProxy::SendFrameworkRequest(uint32_t code, MessageParcel &reply)
 {
     bool dead = false;
     sptr<IRemoteObject> target = Target(dead);
-    if (dead || target == nullptr) {
-        return std::u16string();
+    if (dead) {
+        return ERR_DEAD_OBJECT;
+    }
+    if (target == nullptr) {
+        return ERR_NULL_OBJECT;
     }
     MessageParcel data;
-    MessageParcel reply;
     MessageOption option;
-    if (HostIpc::Transact(target, INTERFACE_TRANSACTION, data, reply, option) != ERR_NONE) {
+    return HostIpc::Transact(target, code, data, reply, option);
+}
+
+std::u16string IPCObjectProxy::GetInterfaceDescriptor()
+{
+    MessageParcel reply;
+    if (SendFrameworkRequest(INTERFACE_TRANSACTION, reply) != ERR_NONE) {
         return std::u16string();
     }
     return reply.ReadString16();

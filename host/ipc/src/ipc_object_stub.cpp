@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <chrono>
+
 #include "ipc_log.h"
 #include "ipc_skeleton.h"
 #include "message_parcel.h"
@@ -22,10 +24,19 @@ int IPCObjectStub::Dump(int fd, const std::vector<std::u16string> &args)
     return ERR_NONE;
 }
 
+namespace {
+uint64_t SteadyMilliseconds()
+{
+    auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+}
+} // namespace
+
 int IPCObjectStub::SendRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
 {
+    lastRequestTime_.store(SteadyMilliseconds(), std::memory_order_relaxed);
     bool handled = false;
-    int result = HandleFrameworkCode(code, data, reply, handled);
+    int result = HandleFrameworkCode(code, data, reply, option, handled);
     if (handled) {
         return result;
     }
@@ -36,28 +47,49 @@ int IPCObjectStub::SendRequest(uint32_t code, MessageParcel &data, MessageParcel
     return OnRemoteRequest(code, data, reply, option);
 }
 
-int IPCObjectStub::HandleFrameworkCode(uint32_t code, MessageParcel &data, MessageParcel &reply, bool &handled)
+// The reserved codes a stub answers itself; every answer that carries data writes it into `reply`.
+int IPCObjectStub::HandleFrameworkCode(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option,
+                                       bool &handled)
 {
     handled = true;
+    bool written = true;
     switch (code) {
         case PING_TRANSACTION:
-            return ERR_NONE;
+            written = reply.WriteInt32(ERR_NONE);
+            break;
         case INTERFACE_TRANSACTION:
-            return reply.WriteString16(descriptor_) ? ERR_NONE : IPC_STUB_WRITE_PARCEL_ERR;
-        case DUMP_TRANSACTION: {
-            int fd = data.ReadFileDescriptor();
-            std::vector<std::u16string> args;
-            data.ReadString16Vector(&args);
-            int result = Dump(fd, args);
-            if (fd >= 0) {
-                close(fd);
-            }
-            return result;
-        }
+            written = reply.WriteString16(descriptor_);
+            break;
+        case DUMP_TRANSACTION:
+            return OnRemoteDump(code, data, reply, option);
+        case SYNCHRONIZE_REFERENCE:
+            written = reply.WriteInt32(GetObjectRefCount());
+            break;
+        case GET_PROTO_INFO:
+            written = reply.WriteUint32(IF_PROT_BINDER) && reply.WriteString16(descriptor_);
+            break;
         default:
             handled = false;
-            return ERR_NONE;
+            break;
     }
+    return written ? ERR_NONE : IPC_STUB_WRITE_PARCEL_ERR;
+}
+
+int IPCObjectStub::OnRemoteDump(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
+{
+    int fd = data.ReadFileDescriptor();
+    if (fd < 0) {
+        return IPC_STUB_INVALID_DATA_ERR;
+    }
+    std::vector<std::u16string> args;
+    int result = data.ReadString16Vector(&args) ? Dump(fd, args) : IPC_STUB_INVALID_DATA_ERR;
+    close(fd);
+    return result;
+}
+
+uint64_t IPCObjectStub::GetLastRequestTime()
+{
+    return lastRequestTime_.load(std::memory_order_relaxed);
 }
 
 int IPCObjectStub::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
@@ -84,5 +116,15 @@ int32_t IPCObjectStub::GetCallingPid()
 int32_t IPCObjectStub::GetCallingUid()
 {
     return IPCSkeleton::GetCallingUid();
+}
+
+uint32_t IPCObjectStub::GetCallingTokenID()
+{
+    return IPCSkeleton::GetCallingTokenID();
+}
+
+uint64_t IPCObjectStub::GetCallingFullTokenID()
+{
+    return IPCSkeleton::GetCallingFullTokenID();
 }
 } // namespace OHOS

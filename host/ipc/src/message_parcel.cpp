@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstring>
 
 #include "flat_object.h"
@@ -39,14 +40,19 @@ MessageParcel::~MessageParcel()
     ReleaseResources();
 }
 
-void MessageParcel::ReleaseResources()
+void MessageParcel::CloseDescriptors(std::map<size_t, ObjectEntry> &objects)
 {
-    for (auto &[offset, entry] : objects_) {
+    for (auto &[offset, entry] : objects) {
         if (entry.fd >= 0) {
             close(entry.fd);
         }
     }
-    objects_.clear();
+    objects.clear();
+}
+
+void MessageParcel::ReleaseResources()
+{
+    CloseDescriptors(objects_);
     for (auto &[address, length] : rawMappings_) {
         munmap(address, length);
     }
@@ -227,6 +233,59 @@ const void *MessageParcel::MapRawData(size_t size)
 size_t MessageParcel::GetRawDataCapacity() const
 {
     return MAX_RAWDATA_SIZE;
+}
+
+bool MessageParcel::Append(MessageParcel &data)
+{
+    size_t size = data.GetDataSize();
+    if (size == 0) {
+        return true;
+    }
+    // Appending a parcel to itself: the source bytes must survive the growth of the buffer they live in.
+    const auto *bytes = reinterpret_cast<const uint8_t *>(data.GetData());
+    std::vector<uint8_t> copy(bytes, bytes + size);
+    size_t base = GetWritePosition();
+    std::map<size_t, ObjectEntry> appended;
+    for (const auto &[offset, entry] : data.objects_) {
+        if (offset + sizeof(FlatObject) > size) {
+            continue; // cut off by a rewind
+        }
+        ObjectEntry added{entry.object, -1};
+        if (entry.fd >= 0) {
+            // This parcel owns its own duplicate, and its flat object names that one.
+            added.fd = DuplicateFd(entry.fd);
+            uint64_t handle = static_cast<uint64_t>(added.fd);
+            std::memcpy(copy.data() + offset + offsetof(FlatObject, handle), &handle, sizeof(handle));
+        }
+        appended[base + offset] = std::move(added);
+        if (entry.fd >= 0 && appended[base + offset].fd < 0) {
+            HILOG_IPC_ERROR("dup of fd %{public}d failed, errno %{public}d", entry.fd, errno);
+            CloseDescriptors(appended);
+            return false;
+        }
+    }
+    if (!WriteBuffer(copy.data(), size)) {
+        CloseDescriptors(appended);
+        return false;
+    }
+    for (auto &[offset, entry] : appended) {
+        objects_[offset] = std::move(entry);
+    }
+    return true;
+}
+
+void MessageParcel::PrintBuffer(const char *funcName, const size_t lineNum)
+{
+    static const char digits[] = "0123456789abcdef";
+    const auto *bytes = reinterpret_cast<const uint8_t *>(GetData());
+    std::string hex;
+    hex.reserve(GetDataSize() * 2);
+    for (size_t i = 0; i < GetDataSize(); i++) {
+        hex += digits[bytes[i] >> 4];
+        hex += digits[bytes[i] & 0xf];
+    }
+    HILOG_IPC_INFO("%{public}s:%{public}zu size %{public}zu data %{public}s", funcName == nullptr ? "" : funcName,
+                   lineNum, GetDataSize(), hex.c_str());
 }
 
 void MessageParcel::WriteNoException()

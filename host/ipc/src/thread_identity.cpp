@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include "host_ipc.h"
-#include "ipc_skeleton.h"
 
 namespace OHOS::HostIpc {
 namespace {
@@ -23,7 +22,7 @@ Identity SenderIdentity()
     if (t_identities.hasSender) {
         return t_identities.sender;
     }
-    return Identity{getpid(), static_cast<pid_t>(getuid())};
+    return Identity{getpid(), static_cast<pid_t>(getuid()), HOST_SELF_TOKEN_ID};
 }
 
 const Identity *CallingIdentity()
@@ -49,10 +48,10 @@ CallingIdentityScope::~CallingIdentityScope()
     t_identities.caller = previous_;
 }
 
-void SetThreadIdentity(pid_t pid, pid_t uid)
+void SetThreadIdentity(pid_t pid, pid_t uid, uint64_t fullTokenId)
 {
     t_identities.hasSender = true;
-    t_identities.sender = Identity{pid, uid};
+    t_identities.sender = Identity{pid, uid, fullTokenId};
 }
 
 void ClearThreadIdentity()
@@ -60,17 +59,3 @@ void ClearThreadIdentity()
     t_identities.hasSender = false;
 }
 } // namespace OHOS::HostIpc
-
-namespace OHOS {
-pid_t IPCSkeleton::GetCallingPid()
-{
-    const HostIpc::Identity *caller = HostIpc::CallingIdentity();
-    return caller != nullptr ? caller->pid : getpid();
-}
-
-pid_t IPCSkeleton::GetCallingUid()
-{
-    const HostIpc::Identity *caller = HostIpc::CallingIdentity();
-    return caller != nullptr ? caller->uid : static_cast<pid_t>(getuid());
-}
-} // namespace OHOS

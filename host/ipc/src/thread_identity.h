@@ -3,11 +3,17 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+
 namespace OHOS::HostIpc {
 struct Identity {
     pid_t pid;
     pid_t uid;
+    uint64_t fullTokenId;
 };
+
+// The host has no access-token kit: a process's own token is 0 unless a test plays another process.
+constexpr uint64_t HOST_SELF_TOKEN_ID = 0;
 
 // Who a request sent from this thread claims to come from.
 Identity SenderIdentity();

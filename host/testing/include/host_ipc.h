@@ -4,6 +4,8 @@
 // Host-only controls of the simulated process boundary, for tests and tools. Never included by the library.
 #include <sys/types.h>
 
+#include <cstdint>
+
 #include "iremote_object.h"
 
 namespace OHOS::HostIpc {
@@ -12,9 +14,9 @@ namespace OHOS::HostIpc {
 // host IPC thread, with the dead proxy.
 void KillObject(const sptr<IRemoteObject> &object);
 
-// The identity that requests sent from the calling thread carry (by default getpid()/getuid()), so a test can
-// play a second process.
-void SetThreadIdentity(pid_t pid, pid_t uid);
+// The identity that requests sent from the calling thread carry (by default getpid()/getuid() and token 0), so a
+// test can play a second process.
+void SetThreadIdentity(pid_t pid, pid_t uid, uint64_t fullTokenId = 0);
 void ClearThreadIdentity();
 } // namespace OHOS::HostIpc
 

@@ -1,7 +1,5 @@
 #include "audio_transfer_ability.h"
 
-#include <optional>
-
 #include "ability_filter.h"
 #include "tarnby_errors.h"
 #include "tarnby_log.h"
@@ -21,33 +19,31 @@ enum AudioSubType : uint32_t {
 };
 
 // A request on an existing transfer: the connection id, for DeInit followed by the business type. The proxy is
-// taken before the fields are written.
-int32_t SendSessionRequest(uint32_t subServiceType, int32_t connId, std::optional<BusinessType> businessType,
-                           const char *caller)
+// taken after the header and before the fields.
+int32_t SendSessionRequest(uint32_t subServiceType, int32_t connId, std::function<bool(MessageParcel &)> businessType,
+                           LogSite site = LogSite::Here())
 {
-    TRBY_LOG_FN(LOG_LABEL, LOG_INFO, caller, "enter collaborationSessionId: %{public}d", connId);
+    TRBY_LOG_SITE(LOG_LABEL, LOG_INFO, site, "enter collaborationSessionId: %{public}d", connId);
     TarnbyRequest request(SERVICE_TYPE_AUDIO_TRANSFER, subServiceType, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return ERR_TRBY_INVALID_PARAM;
+    int32_t status = request.Write({}, site);
+    if (status != TRBY_OK) {
+        return status;
     }
-    if (!request.AcquireProxy(caller)) {
+    if (!request.AcquireProxy(site)) {
         return ERR_TRBY_SERVICE_DEAD;
     }
-    if (!request.Data().WriteInt32(connId)) {
-        // This one line has always gone out under the collaboration tag.
-        TRBY_LOG_FN(LABEL_COLLABORATION, LOG_ERROR, caller, "collaborationSessionId write failed");
-        return ERR_TRBY_WRITE_PARCEL;
+    // The connection id's line has always gone out under the collaboration tag.
+    status = request.Write({{Wire::Int32(connId), "collaborationSessionId write failed", &LABEL_COLLABORATION},
+                            {std::move(businessType), "businessType write failed"}},
+                           site);
+    if (status == TRBY_OK) {
+        status = request.Send(&ITarnbyService::CollaborationToDeviceEvent, site);
     }
-    if (businessType.has_value() && !request.Data().WriteInt32(*businessType)) {
-        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "businessType write failed");
-        return ERR_TRBY_WRITE_PARCEL;
+    if (status != TRBY_OK) {
+        return status;
     }
-    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent, caller);
-    if (sent != TRBY_OK) {
-        return sent;
-    }
-    int32_t result = request.ReadResult();
-    TRBY_LOG_FN(LOG_LABEL, LOG_INFO, caller, "leave");
+    auto [result] = request.ReadReply<int32_t>();
+    TRBY_LOG_SITE(LOG_LABEL, LOG_INFO, site, "leave");
     return result;
 }
 
@@ -75,49 +71,42 @@ std::pair<int32_t, int32_t> AudioTransferAbility::InitAudioTransfer(const std::s
         return Failure(ERR_TRBY_INVALID_PARAM);
     }
     TarnbyRequest request(SERVICE_TYPE_AUDIO_TRANSFER, INIT_AUDIO_TRANSFER, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return Failure(ERR_TRBY_INVALID_PARAM);
+    int32_t status = request.Write({});
+    if (status != TRBY_OK) {
+        return Failure(status);
     }
     if (!request.AcquireProxy()) {
         return Failure(ERR_TRBY_SERVICE_DEAD);
     }
-    MessageParcel &data = request.Data();
-    if (!data.WriteString(peerNetworkId)) {
-        TRBY_LOGE("peerNetworkId write failed");
-        return Failure(ERR_TRBY_WRITE_PARCEL);
+    status = request.Write({{Wire::String(peerNetworkId), "peerNetworkId write failed"},
+                            {Wire::String(devName), "devName write failed"},
+                            {Wire::Int32(businessType), "businessType write failed"}});
+    if (status != TRBY_OK) {
+        return Failure(status);
     }
-    if (!data.WriteString(devName)) {
-        TRBY_LOGE("devName write failed");
-        return Failure(ERR_TRBY_WRITE_PARCEL);
-    }
-    if (!data.WriteInt32(businessType)) {
-        TRBY_LOGE("businessType write failed");
-        return Failure(ERR_TRBY_WRITE_PARCEL);
-    }
-    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent);
-    if (sent != TRBY_OK) {
+    status = request.Send(&ITarnbyService::CollaborationToDeviceEvent);
+    if (status != TRBY_OK) {
         // Here the two halves differ (send code, then 1007); callers compare against this very pair.
-        return {sent, ERR_TRBY_WRITE_PARCEL};
+        return {status, ERR_TRBY_WRITE_PARCEL};
     }
     TRBY_LOGI("leave");
-    int32_t status = request.ReadResult();
-    int32_t connId = request.ReadResult();
-    return {status, connId};
+    auto [result, connId] = request.ReadReply<int32_t, int32_t>();
+    return {result, connId};
 }
 
 int32_t AudioTransferAbility::DeInitAudioTransfer(int32_t connId, BusinessType businessType)
 {
-    return SendSessionRequest(DEINIT_AUDIO_TRANSFER, connId, businessType, __FUNCTION__);
+    return SendSessionRequest(DEINIT_AUDIO_TRANSFER, connId, Wire::Int32(businessType));
 }
 
 int32_t AudioTransferAbility::StartAudioTransfer(int32_t connId)
 {
-    return SendSessionRequest(START_AUDIO_TRANSFER, connId, std::nullopt, __FUNCTION__);
+    return SendSessionRequest(START_AUDIO_TRANSFER, connId, Wire::Nothing());
 }
 
 int32_t AudioTransferAbility::StopAudioTransfer(int32_t connId)
 {
-    return SendSessionRequest(STOP_AUDIO_TRANSFER, connId, std::nullopt, __FUNCTION__);
+    return SendSessionRequest(STOP_AUDIO_TRANSFER, connId, Wire::Nothing());
 }
 
 int32_t AudioTransferAbility::StartAudioTransfer(const std::string &peerNetworkId, const std::string &devName,

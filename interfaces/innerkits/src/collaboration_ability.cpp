@@ -1,6 +1,8 @@
 #include "collaboration_ability.h"
 
-#include "nested_record.h"
+#include <atomic>
+
+#include "start_wait.h"
 #include "tarnby_errors.h"
 #include "tarnby_log.h"
 #include "tarnby_request.h"
@@ -22,96 +24,54 @@ enum CollaborationSubType : uint32_t {
 };
 
 constexpr uint32_t START_ANSWER_CODE = 103; // the service's answer to a start request, on the inner callback
-constexpr uint32_t START_WAIT_SECONDS = 20;
 constexpr size_t EXTRA_DATA_MAX_LEN = COLLABORATION_DATA_MAX_LEN - 1; // the string and its terminator fit the limit
-constexpr size_t PARCEL_WORD = sizeof(int32_t);
+
+std::atomic<std::chrono::milliseconds::rep> g_startAnswerWait{Internal::START_ANSWER_WAIT.count()};
 
 const std::pair<int32_t, int32_t> START_INVALID_PARAM = {ERR_TRBY_INVALID_PARAM, 0};
-const std::pair<int32_t, int32_t> START_WRITE_FAILED = {ERR_TRBY_WRITE_PARCEL, 0};
 
-constexpr size_t PaddedSize(size_t bytes)
+// Extra data that is empty or too long is left out on purpose; the request goes out without it.
+std::function<bool(MessageParcel &)> ExtraData(const std::string &extraData)
 {
-    return (bytes + PARCEL_WORD - 1) / PARCEL_WORD * PARCEL_WORD;
+    bool travels = !extraData.empty() && extraData.size() <= EXTRA_DATA_MAX_LEN;
+    return travels ? Wire::LongString(extraData) : Wire::Nothing();
 }
 
-// What a string of `length` bytes takes in a parcel: its length word, the bytes, the terminator and the padding.
-constexpr size_t StringWireSize(size_t length)
+// A start request: `fields`, the fresh inner callback, `trailer`, then the synchronous wait for the answer. The id is
+// 0 whenever the status is a failure of the library's own.
+std::pair<int32_t, int32_t> SendStart(uint32_t subServiceType, std::initializer_list<RequestField> fields,
+                                      std::initializer_list<RequestField> trailer, LogSite site = LogSite::Here())
 {
-    return PARCEL_WORD + PaddedSize(length + 1);
-}
-
-// What a counted buffer of `length` bytes takes in a parcel: its uint32 length, then the padded bytes.
-constexpr size_t BufferWireSize(size_t length)
-{
-    return PARCEL_WORD + PaddedSize(length);
-}
-
-// A fresh inner callback written as a remote object; null when either step fails.
-sptr<CollabAbilityInnerCallback> WriteInnerCallback(MessageParcel &data)
-{
+    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, subServiceType, LOG_LABEL);
     sptr<CollabAbilityInnerCallback> callback = new (std::nothrow) CollabAbilityInnerCallback();
-    if (callback == nullptr || !data.WriteRemoteObject(callback->AsObject())) {
-        return nullptr;
+    int32_t written = request.Write(fields, site);
+    if (written == TRBY_OK) {
+        written = request.Write({{Wire::Object(callback), "callback write failed"}}, site);
     }
-    return callback;
-}
-
-// The end of every start request: the inner callback, the optional extra data, then the synchronous wait.
-std::pair<int32_t, int32_t> FinishStartRequest(TarnbyRequest &request, const std::string &extraData,
-                                               const char *caller = __builtin_FUNCTION())
-{
-    sptr<CollabAbilityInnerCallback> callback = WriteInnerCallback(request.Data());
-    if (callback == nullptr) {
-        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "callback write failed");
-        return START_WRITE_FAILED;
+    if (written == TRBY_OK) {
+        written = request.Write(trailer, site);
     }
-    // Extra data that is empty or too long is left out on purpose; the request goes out without it.
-    if (!extraData.empty() && extraData.size() <= EXTRA_DATA_MAX_LEN) {
-        if (!request.ReserveCapacity(StringWireSize(extraData.size())) || !request.Data().WriteString(extraData)) {
-            TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "data write failed");
-            return START_WRITE_FAILED;
-        }
+    if (written != TRBY_OK) {
+        return {written, 0};
     }
     return SendReqSync(callback, request.Data(), request.Reply(), request.Option());
 }
 
-// The start requests that name a local end: its type, its own fields (written and logged by `writeLocalEnd`), the
-// target, then the shared end of every start request.
-template <typename WriteLocalEnd>
-std::pair<int32_t, int32_t> StartFromLocalEnd(LocalTargetType localType, const WriteLocalEnd &writeLocalEnd,
-                                              const sptr<TargetInfo> &target, const std::string &extraData,
-                                              const char *caller = __builtin_FUNCTION())
+// A request that the service answers in its reply; a non-zero answer is logged with `failure` (when given).
+int32_t SendForResult(uint32_t subServiceType, std::initializer_list<RequestField> fields, const char *failure,
+                      LogSite site = LogSite::Here())
 {
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, START_COLLABORATION, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return START_INVALID_PARAM;
+    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, subServiceType, LOG_LABEL);
+    int32_t status = request.Write(fields, site);
+    if (status == TRBY_OK) {
+        status = request.Send(&ITarnbyService::CollaborationToDeviceEvent, site);
     }
-    MessageParcel &data = request.Data();
-    if (!data.WriteInt32(localType)) {
-        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "LocalTargetType write failed");
-        return START_WRITE_FAILED;
+    if (status != TRBY_OK) {
+        return status;
     }
-    if (!writeLocalEnd(data, caller)) {
-        return START_WRITE_FAILED;
-    }
-    if (!WriteRequiredRecord(data, target)) {
-        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "targetInfo write failed");
-        return START_WRITE_FAILED;
-    }
-    return FinishStartRequest(request, extraData, caller);
-}
-
-// Sends a request that the service answers in its reply, and returns that answer; a non-zero answer is logged with
-// `failure` (when given) in the caller's name.
-int32_t SendForResult(TarnbyRequest &request, const char *failure, const char *caller = __builtin_FUNCTION())
-{
-    int32_t sent = request.Send(&ITarnbyService::CollaborationToDeviceEvent, caller);
-    if (sent != TRBY_OK) {
-        return sent;
-    }
-    int32_t result = request.ReadResult();
+    auto [result] = request.ReadReply<int32_t>();
     if (result != TRBY_OK && failure != nullptr) {
-        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "%{public}s", failure);
+        TRBY_LOG_SITE(LOG_LABEL, LOG_ERROR, site, "%{public}s", failure);
     }
     return result;
 }
@@ -155,12 +115,22 @@ std::pair<int32_t, int32_t> SendReqSync(sptr<CollabAbilityInnerCallback> callbac
     if (sent != TRBY_OK) {
         return {sent, 0};
     }
-    auto [status, answer] = callback->pending_.Start(START_WAIT_SECONDS);
+    auto [status, answer] = callback->pending_.Start(Internal::StartAnswerWait());
     if (status == ERR_TRBY_WAIT_TIMEOUT) {
         TRBY_LOGE("wait timeout");
         return {ERR_TRBY_NO_ANSWER, 0};
     }
     return answer;
+}
+
+std::chrono::milliseconds Internal::StartAnswerWait()
+{
+    return std::chrono::milliseconds(g_startAnswerWait.load(std::memory_order_relaxed));
+}
+
+void Internal::SetStartAnswerWait(std::chrono::milliseconds wait)
+{
+    g_startAnswerWait.store(wait.count(), std::memory_order_relaxed);
 }
 
 CollaborationAbility &CollaborationAbility::GetInstance()
@@ -182,14 +152,11 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(int32_t loc
         TRBY_LOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
-    auto writeLocalId = [localId](MessageParcel &data, const char *caller) {
-        if (!data.WriteInt32(localId)) {
-            TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "localId write failed");
-            return false;
-        }
-        return true;
-    };
-    return StartFromLocalEnd(LOCAL_SYSTEM_ABILITY, writeLocalId, target, extraData);
+    return SendStart(START_COLLABORATION,
+                     {{Wire::Int32(LOCAL_SYSTEM_ABILITY), "LocalTargetType write failed"},
+                      {Wire::Int32(localId), "localId write failed"},
+                      {Wire::Record(target), "targetInfo write failed"}},
+                     {{ExtraData(extraData), "data write failed"}});
 }
 
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(const std::string &bundleName,
@@ -202,14 +169,12 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(const std::
         TRBY_LOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
-    auto writeAbility = [&bundleName, &abilityName](MessageParcel &data, const char *caller) {
-        if (!data.WriteString(bundleName) || !data.WriteString(abilityName)) {
-            TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "abilityInfo write failed");
-            return false;
-        }
-        return true;
-    };
-    return StartFromLocalEnd(LOCAL_ABILITY, writeAbility, target, extraData);
+    return SendStart(START_COLLABORATION,
+                     {{Wire::Int32(LOCAL_ABILITY), "LocalTargetType write failed"},
+                      {Wire::String(bundleName), "abilityInfo write failed"},
+                      {Wire::String(abilityName), "abilityInfo write failed"},
+                      {Wire::Record(target), "targetInfo write failed"}},
+                     {{ExtraData(extraData), "data write failed"}});
 }
 
 std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<TargetInfo> srcTarget,
@@ -221,62 +186,27 @@ std::pair<int32_t, int32_t> CollaborationAbility::StartCollaboration(sptr<Target
         TRBY_LOGE("targetInfo is null");
         return START_INVALID_PARAM;
     }
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, START_COLLABORATION_WITH_DATA, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return START_INVALID_PARAM;
-    }
-    MessageParcel &parcel = request.Data();
-    if (!WriteRequiredRecord(parcel, srcTarget) || !WriteRequiredRecord(parcel, dstTarget)) {
-        TRBY_LOGE("targetInfo write failed");
-        return START_WRITE_FAILED;
-    }
-    sptr<CollabAbilityInnerCallback> callback = WriteInnerCallback(parcel);
-    if (callback == nullptr) {
-        TRBY_LOGE("callback write failed");
-        return START_WRITE_FAILED;
-    }
-    if (dataLen > COLLABORATION_DATA_MAX_LEN || !request.ReserveCapacity(BufferWireSize(dataLen)) ||
-        !parcel.WriteUint32(dataLen)) {
-        TRBY_LOGE_AS(LABEL_COLL_PROC, "dataLen write failed");
-        return START_WRITE_FAILED;
-    }
-    if (data != nullptr && dataLen != 0 && !parcel.WriteUnpadBuffer(data, dataLen)) {
-        TRBY_LOGE_AS(LABEL_COLL_PROC, "data write failed");
-        return START_WRITE_FAILED;
-    }
-    return SendReqSync(callback, parcel, request.Reply(), request.Option());
+    return SendStart(
+        START_COLLABORATION_WITH_DATA,
+        {{Wire::Record(srcTarget), "targetInfo write failed"}, {Wire::Record(dstTarget), "targetInfo write failed"}},
+        {{Wire::BufferLength(dataLen, COLLABORATION_DATA_MAX_LEN), "dataLen write failed", &LABEL_COLL_PROC},
+         {Wire::BufferBytes(data, dataLen), "data write failed", &LABEL_COLL_PROC}});
 }
 
 int32_t CollaborationAbility::RegisterCollaborationCallback(sptr<TargetInfo> target,
                                                             sptr<CollabAbilityCallback> callback)
 {
     TRBY_LOGE("enter");
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, REGISTER_COLLABORATION_CALLBACK, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return ERR_TRBY_INVALID_PARAM;
-    }
-    if (!WriteRequiredRecord(request.Data(), target)) {
-        TRBY_LOGE("targetInfo write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    if (callback == nullptr || !request.Data().WriteRemoteObject(callback->AsObject())) {
-        TRBY_LOGE("callback write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    return SendForResult(request, "RegisterCollaborationCallback failed");
+    return SendForResult(
+        REGISTER_COLLABORATION_CALLBACK,
+        {{Wire::Record(target), "targetInfo write failed"}, {Wire::Object(callback), "callback write failed"}},
+        "RegisterCollaborationCallback failed");
 }
 
 int32_t CollaborationAbility::UnRegisterCollaborationCallback(sptr<TargetInfo> target)
 {
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, UNREGISTER_COLLABORATION_CALLBACK, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return ERR_TRBY_INVALID_PARAM;
-    }
-    if (!WriteRequiredRecord(request.Data(), target)) {
-        TRBY_LOGE("localInfo write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    return SendForResult(request, "UnRegisterCollaborationCallback failed");
+    return SendForResult(UNREGISTER_COLLABORATION_CALLBACK, {{Wire::Record(target), "localInfo write failed"}},
+                         "UnRegisterCollaborationCallback failed");
 }
 
 int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSessionId, const char *data, uint32_t dataLen)
@@ -289,33 +219,15 @@ int32_t CollaborationAbility::SendCollaborationData(int32_t collaborationSession
         TRBY_LOGE("dataLen[%{public}d] too large", dataLen);
         return ERR_TRBY_DATA_TOO_LARGE;
     }
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, SEND_COLLABORATION_DATA, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return ERR_TRBY_INVALID_PARAM;
-    }
-    if (!request.Data().WriteInt32(collaborationSessionId)) {
-        TRBY_LOGE("collaborationSessionId write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    if (!request.ReserveCapacity(BufferWireSize(dataLen)) || !request.Data().WriteUint32(dataLen) ||
-        !request.Data().WriteUnpadBuffer(data, dataLen)) {
-        TRBY_LOGE("wirte raw data failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    return SendForResult(request, "send collaboration data failed");
+    return SendForResult(SEND_COLLABORATION_DATA,
+                         {{Wire::Int32(collaborationSessionId), "collaborationSessionId write failed"},
+                          {Wire::Buffer(data, dataLen, COLLABORATION_DATA_MAX_LEN), "wirte raw data failed"}},
+                         "send collaboration data failed");
 }
 
 int32_t CollaborationAbility::StopCollaboration(int32_t collaborationSessionId)
 {
-    TarnbyRequest request(SERVICE_TYPE_COLLABORATION, STOP_COLLABORATION, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return ERR_TRBY_INVALID_PARAM;
-    }
-    if (!request.Data().WriteInt32(collaborationSessionId)) {
-        TRBY_LOGE("localId write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    return SendForResult(request, nullptr);
+    return SendForResult(STOP_COLLABORATION, {{Wire::Int32(collaborationSessionId), "localId write failed"}}, nullptr);
 }
 
 int32_t CollaborationAbility::GetCollaborationStartInfos(int32_t collaborationSessionId,

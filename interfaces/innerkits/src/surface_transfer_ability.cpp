@@ -22,36 +22,23 @@ enum SurfaceSubType : uint32_t {
     SET_VIRTUAL_DISPLAY_PARAM = 29,
 };
 
-// One surface request: the header, the fields that `writeFields` writes (it returns the line to log when one cannot
-// be written, null when all were), then the send and the int32 answer.
-template <typename Fields>
-int32_t SendSurfaceRequest(uint32_t subServiceType, const Fields &writeFields, const char *caller)
+// One surface request: "enter", the header and `fields`, the send, "leave" and the int32 answer. The whole request is
+// built before the service is looked up.
+int32_t SendSurfaceRequest(uint32_t subServiceType, std::initializer_list<RequestField> fields,
+                           LogSite site = LogSite::Here())
 {
-    TRBY_LOG_FN(LOG_LABEL, LOG_INFO, caller, "enter");
+    TRBY_LOG_SITE(LOG_LABEL, LOG_INFO, site, "enter");
     TarnbyRequest request(SERVICE_TYPE_SURFACE_TRANSFER, subServiceType, LOG_LABEL);
-    if (!request.WriteHeader()) {
-        return ERR_TRBY_INVALID_PARAM;
+    int32_t status = request.Write(fields, site);
+    if (status == TRBY_OK) {
+        status = request.Send(&ITarnbyService::SurfaceTransferEvent, site);
     }
-    const char *failure = writeFields(request.Data());
-    if (failure != nullptr) {
-        TRBY_LOG_FN(LOG_LABEL, LOG_ERROR, caller, "%{public}s", failure);
-        return ERR_TRBY_WRITE_PARCEL;
+    if (status != TRBY_OK) {
+        return status;
     }
-    // The whole request is built before the service is looked up.
-    int32_t sent = request.Send(&ITarnbyService::SurfaceTransferEvent, caller);
-    if (sent != TRBY_OK) {
-        return sent;
-    }
-    TRBY_LOG_FN(LOG_LABEL, LOG_INFO, caller, "leave");
-    return request.ReadResult();
-}
-
-// A request whose only field is the connection id.
-int32_t SendConnIdRequest(uint32_t subServiceType, int32_t connId, const char *failure, const char *caller)
-{
-    return SendSurfaceRequest(
-        subServiceType, [connId, failure](MessageParcel &data) { return data.WriteInt32(connId) ? nullptr : failure; },
-        caller);
+    TRBY_LOG_SITE(LOG_LABEL, LOG_INFO, site, "leave");
+    auto [result] = request.ReadReply<int32_t>();
+    return result;
 }
 
 bool LogWriteFailure()
@@ -95,28 +82,18 @@ int32_t SurfaceTransferAbility::InitSurfaceTransfer(int32_t connId, std::shared_
     if (!request.AcquireProxy()) {
         return ERR_TRBY_SERVICE_DEAD;
     }
-    if (!request.WriteHeader()) {
-        return ERR_TRBY_INVALID_PARAM;
+    auto device = [&remoteDevice](MessageParcel &data) { return WriteRemoteDevice(data, remoteDevice); };
+    int32_t status = request.Write({{Wire::Int32(connId), "connId write failed"},
+                                    {device, "remote device write failed"},
+                                    {Wire::Object(callback), "callback write failed"}});
+    if (status == TRBY_OK) {
+        status = request.Send(&ITarnbyService::SurfaceTransferEvent);
     }
-    MessageParcel &data = request.Data();
-    if (!data.WriteInt32(connId)) {
-        TRBY_LOGE("connId write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    if (!WriteRemoteDevice(data, remoteDevice)) {
-        TRBY_LOGE("remote device write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    if (!data.WriteRemoteObject(callback->AsObject())) {
-        TRBY_LOGE("callback write failed");
-        return ERR_TRBY_WRITE_PARCEL;
-    }
-    int32_t sent = request.Send(&ITarnbyService::SurfaceTransferEvent);
-    if (sent != TRBY_OK) {
-        return sent;
+    if (status != TRBY_OK) {
+        return status;
     }
     // A non-zero answer is also the id that a later death notification carries.
-    int32_t result = request.ReadResult();
+    auto [result] = request.ReadReply<int32_t>();
     if (result != TRBY_OK) {
         recipient->SetDeathRecipientid(static_cast<uint32_t>(result));
     }
@@ -125,60 +102,46 @@ int32_t SurfaceTransferAbility::InitSurfaceTransfer(int32_t connId, std::shared_
 
 int32_t SurfaceTransferAbility::DeInitSurfaceTransfer(int32_t connId)
 {
-    return SendConnIdRequest(DEINIT_SURFACE_TRANSFER, connId, "write DeInitSurfaceTransfer param failed", __FUNCTION__);
+    return SendSurfaceRequest(DEINIT_SURFACE_TRANSFER,
+                              {{Wire::Int32(connId), "write DeInitSurfaceTransfer param failed"}});
 }
 
 int32_t SurfaceTransferAbility::StartSurfaceTransfer(int32_t connId, std::string first, std::string second)
 {
     // The id goes after the two strings here, unlike every other request.
+    const char *failure = "write StartSurfaceTransfer param failed";
     return SendSurfaceRequest(
         START_SURFACE_TRANSFER,
-        [&](MessageParcel &data) -> const char * {
-            bool written = data.WriteString(first) && data.WriteString(second) && data.WriteInt32(connId);
-            return written ? nullptr : "write StartSurfaceTransfer param failed";
-        },
-        __FUNCTION__);
+        {{Wire::String(first), failure}, {Wire::String(second), failure}, {Wire::Int32(connId), failure}});
 }
 
 int32_t SurfaceTransferAbility::StopSurfaceTransfer(int32_t connId)
 {
-    return SendConnIdRequest(STOP_SURFACE_TRANSFER, connId, "write StopSurfaceTransfer param failed", __FUNCTION__);
+    return SendSurfaceRequest(STOP_SURFACE_TRANSFER, {{Wire::Int32(connId), "write StopSurfaceTransfer param failed"}});
 }
 
 int32_t SurfaceTransferAbility::CastOperation(int32_t connId, CastOperationType type)
 {
-    return SendSurfaceRequest(
-        CAST_OPERATION,
-        [&](MessageParcel &data) -> const char * {
-            bool written = data.WriteInt32(connId) && data.WriteInt32(type);
-            return written ? nullptr : "write CastOperation params failed";
-        },
-        __FUNCTION__);
+    const char *failure = "write CastOperation params failed";
+    return SendSurfaceRequest(CAST_OPERATION, {{Wire::Int32(connId), failure}, {Wire::Int32(type), failure}});
 }
 
 int32_t SurfaceTransferAbility::SetScreenParam(int32_t connId, CastSetScreenParamType type,
                                                std::shared_ptr<ScreenParam> param)
 {
+    const char *failure = "SetDrivoScreenParam write failed";
+    auto screen = [&param](MessageParcel &data) { return WriteScreenParam(data, param); };
     return SendSurfaceRequest(
         SET_SCREEN_PARAM,
-        [&](MessageParcel &data) -> const char * {
-            if (!data.WriteInt32(connId) || !data.WriteInt32(type)) {
-                return "SetDrivoScreenParam write failed";
-            }
-            return WriteScreenParam(data, param) ? nullptr : "screen param write failed";
-        },
-        __FUNCTION__);
+        {{Wire::Int32(connId), failure}, {Wire::Int32(type), failure}, {screen, "screen param write failed"}});
 }
 
 int32_t SurfaceTransferAbility::SetVirtualDisplayParam(int32_t connId, uint32_t value, std::string &text)
 {
+    const char *failure = "SetVirtualDisplayParam write failed";
     return SendSurfaceRequest(
         SET_VIRTUAL_DISPLAY_PARAM,
-        [&](MessageParcel &data) -> const char * {
-            bool written = data.WriteInt32(connId) && data.WriteUint32(value) && data.WriteString(text);
-            return written ? nullptr : "SetVirtualDisplayParam write failed";
-        },
-        __FUNCTION__);
+        {{Wire::Int32(connId), failure}, {Wire::Uint32(value), failure}, {Wire::String(text), failure}});
 }
 
 bool SurfaceTransferAbility::WriteRemoteDevice(Parcel &parcel, std::shared_ptr<RemoteDevice> remoteDevice)

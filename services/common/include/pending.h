@@ -33,16 +33,23 @@ public:
     // A wake-up without an answer waits the full time again.
     std::pair<int32_t, T> Start(uint32_t time)
     {
-        TRBY_PENDING_LOGI("enter, time:%{public}d", time);
+        return Start(std::chrono::seconds(time));
+    }
+
+    // The same with a finer wait (logged in whole seconds).
+    std::pair<int32_t, T> Start(std::chrono::milliseconds wait)
+    {
+        TRBY_PENDING_LOGI("enter, time:%{public}d",
+                          static_cast<int>(std::chrono::duration_cast<std::chrono::seconds>(wait).count()));
         std::unique_lock<std::mutex> lock(mutex_);
-        time_ = time;
+        wait_ = wait;
         while (true) {
             if (isStop_) {
                 TRBY_PENDING_LOGI("wait stop");
                 return {ANSWERED, value_};
             }
-            auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(time_);
-            if (time_ != 0) {
+            auto deadline = std::chrono::steady_clock::now() + wait_;
+            if (wait_.count() != 0) {
                 cv_.wait_until(lock, deadline);
             }
             if (!isStop_ && std::chrono::steady_clock::now() >= deadline) {
@@ -65,7 +72,7 @@ public:
 private:
     std::mutex mutex_;
     std::condition_variable cv_;
-    uint32_t time_ = 0;
+    std::chrono::milliseconds wait_{0};
     T value_{};
     bool isStop_ = false;
 };

@@ -1,153 +1,200 @@
+// Lifetimes and counts of RefBase objects as the platform reports them, and the singleton templates.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "refbase.h"
+#include "singleton.h"
 
 using namespace OHOS;
 
 namespace {
 
-// Records its hooks and its destruction into a shared journal.
+// Journals its hooks and its destruction: F(irst strong), L(ast strong), D(estroyed).
 class Tracked : public virtual RefBase {
 public:
-    explicit Tracked(std::vector<std::string> *journal) : journal_(journal) {}
+    explicit Tracked(std::string *journal) : journal_(journal) {}
+    Tracked(Tracked &&other) noexcept : RefBase(std::move(other)), journal_(other.journal_) {}
     ~Tracked() override
     {
-        journal_->push_back("destroyed");
+        *journal_ += "D";
     }
     void OnFirstStrongRef(const void *) override
     {
-        journal_->push_back("first");
+        *journal_ += "F";
     }
     void OnLastStrongRef(const void *) override
     {
-        journal_->push_back("last");
+        *journal_ += "L";
     }
 
 private:
-    std::vector<std::string> *journal_;
+    std::string *journal_;
 };
 
 // A diamond like the platform's remote objects: two interfaces over one virtual RefBase.
-class Left : public virtual RefBase {
-public:
+struct Left : public virtual RefBase {
     int left_ = 1;
 };
-class Right : public virtual RefBase {
-public:
+struct Right : public virtual RefBase {
     int right_ = 2;
 };
-class Both : public Left, public Right {
-public:
+struct Both : public Left, public Right {
     explicit Both(std::atomic<int> *deaths) : deaths_(deaths) {}
     ~Both() override
     {
         deaths_->fetch_add(1);
     }
-
-private:
     std::atomic<int> *deaths_;
 };
 
 } // namespace
 
-TEST(RefBaseTest, CountsStartAtNeverHeldAndTheLastStrongReleaseDestroys)
+// Copies of one wptr share one weak reference; each new lineage and each sptr holds one.
+TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineage)
 {
-    std::vector<std::string> journal;
+    std::string journal;
+    sptr<Tracked> s = new Tracked(&journal);
+    wptr<Tracked> w1 = s;
+    wptr<Tracked> w2 = w1;
+    wptr<Tracked> w3 = s;
+    EXPECT_EQ(s->GetSptrRefCount(), 1);
+    EXPECT_EQ(s->GetWptrRefCount(), 3);
+    EXPECT_EQ(w1.GetWeakRefCount(), 2);
+    EXPECT_EQ(w3.GetWeakRefCount(), 1);
+    EXPECT_EQ(s->GetRefCounter()->GetRefCount(), 3); // the object and two lineages
+    w2 = w3;
+    EXPECT_EQ(w1.GetWeakRefCount(), 1);
+    EXPECT_EQ(w3.GetWeakRefCount(), 2);
+    wptr<Tracked> moved = std::move(w1);
+    EXPECT_EQ(w1.GetRefPtr(), nullptr);
+    EXPECT_EQ(s->GetWptrRefCount(), 3);
+
+    sptr<Tracked> promoted = w3.promote();
+    EXPECT_EQ(s->GetSptrRefCount(), 2);
+    EXPECT_EQ(s->GetWptrRefCount(), 4);
+    promoted.clear();
+    s.clear();
+    EXPECT_EQ(journal, "FLD");
+    EXPECT_EQ(w3.promote(), nullptr);
+    EXPECT_EQ(w3.GetWeakRefCount(), 2); // the lineage outlives the object
+}
+
+TEST(RefBaseTest, ObjectHeldOnlyWeaklyGoesWithItsLastWeakPointer)
+{
+    std::string journal;
     auto *raw = new Tracked(&journal);
-    EXPECT_EQ(raw->GetSptrRefCount(), 1 << 28);
+    wptr<Tracked> weak = raw;
     {
-        sptr<Tracked> first(raw);
-        EXPECT_EQ(raw->GetSptrRefCount(), 1);
-        sptr<Tracked> second = first;
-        EXPECT_EQ(raw->GetSptrRefCount(), 2);
-        EXPECT_EQ(raw->GetWptrRefCount(), 2);
-        second.clear();
-        EXPECT_EQ(raw->GetSptrRefCount(), 1);
-        EXPECT_EQ(journal, std::vector<std::string>{"first"});
+        wptr<Tracked> copy = weak;
+        weak = nullptr;
+        EXPECT_EQ(journal, "");
     }
-    EXPECT_EQ(journal, (std::vector<std::string>{"first", "last", "destroyed"}));
-}
+    EXPECT_EQ(journal, "D");
 
-TEST(RefBaseTest, SelfAssignmentAndMovesKeepTheObject)
-{
-    std::vector<std::string> journal;
-    sptr<Tracked> object = sptr<Tracked>::MakeSptr(&journal);
-    Tracked *raw = object.GetRefPtr();
-    object = raw;
-    object = object;
-    sptr<Tracked> moved = std::move(object);
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(moved->GetSptrRefCount(), 1);
-    EXPECT_TRUE(static_cast<bool>(moved));
-    EXPECT_EQ(journal, std::vector<std::string>{"first"});
-}
-
-TEST(RefBaseTest, WeakPointerPromotesOnlyWhileTheObjectLives)
-{
-    std::vector<std::string> journal;
-    sptr<Tracked> strong = new Tracked(&journal);
-    wptr<Tracked> weak = strong;
-    EXPECT_EQ(weak.GetWeakRefCount(), 2);
-    {
-        sptr<Tracked> promoted = weak.promote();
-        ASSERT_EQ(promoted, strong);
-        EXPECT_EQ(strong->GetSptrRefCount(), 2);
-    }
-    sptr<Tracked> assigned;
-    assigned = weak;
-    EXPECT_EQ(assigned, strong);
-    assigned.clear();
+    auto *promotedLater = new Tracked(&journal);
+    wptr<Tracked> again(promotedLater);
+    sptr<Tracked> strong = again.promote();
+    ASSERT_EQ(strong.GetRefPtr(), promotedLater);
+    EXPECT_EQ(strong->GetSptrRefCount(), 1);
     strong.clear();
-    EXPECT_EQ(journal.back(), "destroyed");
-    EXPECT_EQ(weak.promote(), nullptr);
-    EXPECT_EQ(weak.GetWeakRefCount(), 1); // the counts outlive the object for the weak pointer
+    EXPECT_EQ(journal, "DFLD");
+}
+
+TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCounts)
+{
+    std::string journal;
+    sptr<Tracked> a = new Tracked(&journal);
+    sptr<Tracked> b = std::move(a);
+    EXPECT_EQ(a.GetRefPtr(), nullptr);
+    EXPECT_EQ(b->GetSptrRefCount(), 1);
+    b = b.GetRefPtr(); // self-assignment keeps the object
+    EXPECT_EQ(journal, "F");
+
+    Tracked source(&journal);
+    RefCounter *counts = source.GetRefCounter();
+    Tracked target(std::move(source));
+    EXPECT_EQ(source.GetRefCounter(), nullptr);
+    EXPECT_EQ(source.GetSptrRefCount(), 0);
+    source.IncStrongRef(nullptr); // does nothing without counts
+    EXPECT_EQ(target.GetRefCounter(), counts);
+    EXPECT_EQ(target.GetSptrRefCount(), INITIAL_PRIMARY_VALUE);
+}
+
+// wptr<T>(O*) and operator=(O*) start lineages of T, converting the address.
+TEST(RefBaseTest, WeakPointersFromDerivedAndSiblingTypes)
+{
+    std::atomic<int> deaths{0};
+    sptr<Both> both = new Both(&deaths);
+    wptr<Right> right(both.GetRefPtr());
+    wptr<Left> left;
+    left = both.GetRefPtr();
+    EXPECT_EQ(right.GetRefPtr(), static_cast<Right *>(both.GetRefPtr()));
+    EXPECT_EQ(both->GetWptrRefCount(), 3);
+
+    wptr<Both> weakBoth = both;
+    wptr<Right> viaBoth = weakBoth;
+    sptr<Right> strongRight = viaBoth.promote();
+    ASSERT_NE(strongRight, nullptr);
+    EXPECT_EQ(strongRight->right_, 2);
+    both.clear();
+    EXPECT_EQ(deaths.load(), 0);
+    strongRight.clear();
+    EXPECT_EQ(deaths.load(), 1);
+    wptr<Left> late = wptr<Both>(weakBoth); // converting a dead object's lineage must not touch it
+    EXPECT_EQ(late.promote(), nullptr);
 }
 
 TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReference)
 {
-    std::vector<std::string> journal;
+    std::string journal;
     auto *raw = new Tracked(&journal);
     raw->ExtendObjectLifetime();
+    EXPECT_TRUE(raw->IsExtendLifeTimeSet());
     wptr<Tracked> weak = raw;
     sptr<Tracked> strong = raw;
     strong.clear();
-    EXPECT_EQ(journal, (std::vector<std::string>{"first", "last"}));
-    sptr<Tracked> again = weak.promote();
-    EXPECT_NE(again, nullptr);
-    again.clear();
+    EXPECT_EQ(journal, "FL");
+    EXPECT_NE(weak.promote(), nullptr);
     weak = nullptr;
-    EXPECT_EQ(journal.back(), "destroyed");
+    EXPECT_EQ(journal.back(), 'D');
 }
 
-TEST(RefBaseTest, VirtualBaseKeepsOneCountAcrossTheDiamond)
+TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
 {
-    std::atomic<int> deaths{0};
-    sptr<Both> both = new Both(&deaths);
-    sptr<Left> left = both;
-    sptr<Right> right = both;
-    EXPECT_EQ(both->GetSptrRefCount(), 3);
-    EXPECT_EQ(right->right_, 2);
+    std::string journal;
+    auto *raw = new Tracked(&journal);
+    sptr<Tracked> holder = raw;
+    EXPECT_FALSE(raw->IsAttemptAcquireSet());
+    ASSERT_TRUE(raw->AttemptAcquire(nullptr));
+    EXPECT_TRUE(raw->IsAttemptAcquireSet());
+    EXPECT_EQ(raw->GetSptrRefCount(), 2);
+    holder.clear();
+    EXPECT_EQ(journal, "F");
+    sptr<Tracked> wrapped = raw;
+    raw->CheckIsAttemptAcquireSet(nullptr);
+    EXPECT_FALSE(raw->IsAttemptAcquireSet());
+    EXPECT_EQ(raw->GetSptrRefCount(), 1);
+    raw->CheckIsAttemptAcquireSet(nullptr); // nothing left to hand back
+    EXPECT_EQ(raw->GetSptrRefCount(), 1);
+    wrapped.clear();
+    EXPECT_EQ(journal.back(), 'D');
+}
 
-    wptr<Both> weakBoth = both;
-    wptr<Right> weakRight = weakBoth;
-    sptr<Right> viaWeak = weakRight.promote();
-    ASSERT_NE(viaWeak, nullptr);
-    EXPECT_EQ(viaWeak.GetRefPtr(), right.GetRefPtr());
-
-    both.clear();
-    left.clear();
-    right.clear();
-    EXPECT_EQ(deaths.load(), 0);
-    viaWeak.clear();
-    EXPECT_EQ(deaths.load(), 1);
-    EXPECT_EQ(weakRight.promote(), nullptr);
-    wptr<Left> lateConversion = wptr<Left>(wptr<Both>(weakBoth)); // must not touch the dead object
-    EXPECT_EQ(lateConversion.promote(), nullptr);
+TEST(RefBaseTest, ACallbackSetOnTheCounterReplacesTheDeletion)
+{
+    std::string journal;
+    Tracked onStack(&journal);
+    int calls = 0;
+    onStack.GetRefCounter()->SetCallback([&calls] { calls++; });
+    EXPECT_TRUE(onStack.GetRefCounter()->IsRefPtrValid());
+    {
+        sptr<Tracked> held = &onStack;
+    }
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(journal, "FL");
 }
 
 // Many rounds of: one thread drops the only strong reference while another promotes a weak one. Either the
@@ -155,38 +202,28 @@ TEST(RefBaseTest, VirtualBaseKeepsOneCountAcrossTheDiamond)
 // destroyed exactly once per round.
 TEST(RefBaseTest, PromoteRacesTheLastReleaseSafely)
 {
-    constexpr int ROUNDS = 1000;
     std::atomic<int> deaths{0};
-    int promotions = 0;
-    for (int round = 0; round < ROUNDS; round++) {
+    for (int round = 0; round < 1000; round++) {
         sptr<Both> owner = new Both(&deaths);
         wptr<Both> weak = owner;
         std::atomic<int> arrived{0};
-        auto meet = [&arrived] {
+        auto meet = [&arrived, round](bool late) {
             arrived.fetch_add(1);
-            // Spin briefly so both sides leave together; yield after that so a busy machine still progresses.
-            for (int spins = 0; arrived.load() < 2; spins++) {
-                if (spins > 10000) {
-                    std::this_thread::yield();
-                }
+            while (arrived.load() < 2) {
+                std::this_thread::yield();
             }
-        };
-        // Stagger one side or the other a little differently each round so both orders and the overlap occur.
-        auto stagger = [round](bool mine) {
-            for (int spin = 0; mine && spin < (round / 2) % 200; spin++) {
+            // Stagger one side a little differently each round so both orders and the overlap occur.
+            for (int spin = 0; late && spin < (round / 2) % 200; spin++) {
                 std::atomic_signal_fence(std::memory_order_seq_cst);
             }
         };
         std::thread releaser([&] {
-            meet();
-            stagger(round % 2 == 1);
+            meet(round % 2 == 1);
             owner.clear();
         });
-        meet();
-        stagger(round % 2 == 0);
+        meet(round % 2 == 0);
         sptr<Both> promoted = weak.promote();
         if (promoted != nullptr) {
-            promotions++;
             EXPECT_EQ(promoted->left_ + promoted->right_, 3); // a use-after-free shows here under ASan
         }
         releaser.join();
@@ -194,5 +231,39 @@ TEST(RefBaseTest, PromoteRacesTheLastReleaseSafely)
         ASSERT_EQ(deaths.load(), round + 1);
         ASSERT_EQ(weak.promote(), nullptr);
     }
-    RecordProperty("promotions_won", promotions);
+}
+
+namespace {
+struct Delayed {
+    DECLARE_DELAYED_SINGLETON(Delayed);
+};
+int g_delayedMade = 0;
+Delayed::Delayed()
+{
+    g_delayedMade++;
+}
+Delayed::~Delayed() = default;
+
+struct DelayedRef {
+    DECLARE_DELAYED_REF_SINGLETON(DelayedRef);
+};
+DelayedRef::DelayedRef() = default;
+
+struct Eager {
+    DECLARE_SINGLETON(Eager);
+};
+Eager::Eager() = default;
+Eager::~Eager() = default;
+} // namespace
+
+TEST(SingletonTest, OneInstanceUntilDestroyed)
+{
+    std::shared_ptr<Delayed> first = DelayedSingleton<Delayed>::GetInstance();
+    int made = g_delayedMade;
+    EXPECT_EQ(DelayedSingleton<Delayed>::GetInstance(), first);
+    DelayedSingleton<Delayed>::DestroyInstance();
+    EXPECT_NE(DelayedSingleton<Delayed>::GetInstance(), first); // the earlier holder keeps its own instance
+    EXPECT_EQ(g_delayedMade, made + 1);
+    EXPECT_EQ(&DelayedRefSingleton<DelayedRef>::GetInstance(), &DelayedRefSingleton<DelayedRef>::GetInstance());
+    EXPECT_EQ(&Singleton<Eager>::GetInstance(), &Singleton<Eager>::GetInstance());
 }

@@ -2,10 +2,28 @@
 #define C_UTILS_TEST_PARCELABLE_H
 
 #include <new>
+#include <string>
 
 #include "parcel.h"
 
 namespace OHOS {
+
+// Lowercase hex of `size` bytes, the notation of the recorded vectors.
+inline std::string Hex(const uint8_t *data, size_t size)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string out;
+    for (size_t i = 0; i < size; i++) {
+        out += {digits[data[i] >> 4], digits[data[i] & 0xf]};
+    }
+    return out;
+}
+
+// The parcel's data from `from` to its end.
+inline std::string Hex(const Parcel &parcel, size_t from = 0)
+{
+    return Hex(reinterpret_cast<const uint8_t *>(parcel.GetData()) + from, parcel.GetDataSize() - from);
+}
 
 // The smallest record: one int32 on the wire.
 class IntParcelable : public Parcelable {

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstring>
+#include <tuple>
+#include <vector>
 
 #include "securec.h"
 #include "string_ex.h"
@@ -13,89 +16,153 @@ TEST(StringExTest, ConvertsEveryUtf8LengthBothWays)
     const std::u16string utf16 = u"a\u00e9\u4e2d\xd83d\xde00";
     EXPECT_EQ(Str8ToStr16(utf8), utf16);
     EXPECT_EQ(Str16ToStr8(utf16), utf8);
+    EXPECT_EQ(GetUtf16ToUtf8Length(utf16), 10);
+    char buffer[11];
+    EXPECT_EQ(Char16ToChar8(utf16, buffer, 10), -1); // no room for the NUL
+    EXPECT_EQ(Char16ToChar8(utf16, buffer, 11), 11);
+    EXPECT_STREQ(buffer, utf8.c_str());
     EXPECT_EQ(Str8ToStr16(""), u"");
     EXPECT_EQ(Str16ToStr8(u""), "");
+    EXPECT_EQ(GetUtf16ToUtf8Length(u""), -1);
 }
 
-TEST(StringExTest, StopsAtTheFirstNul)
+TEST(StringExTest, InvalidInputStopsOrEmptiesTheResult)
 {
     EXPECT_EQ(Str8ToStr16(std::string("a\0b", 3)), u"a");
     EXPECT_EQ(Str16ToStr8(std::u16string(u"a\0b", 3)), "a");
-}
-
-TEST(StringExTest, InvalidUtf8EmptiesTheWholeResult)
-{
-    EXPECT_EQ(Str8ToStr16("ok\xff"), u"");
-    EXPECT_EQ(Str8ToStr16("ok\xe4\xb8"), u""); // truncated
-    EXPECT_EQ(Str8ToStr16("\x80"), u"");       // stray continuation byte
-    EXPECT_EQ(Str8ToStr16("\xc0\xaf"), u"");   // overlong
-}
-
-TEST(StringExTest, UnpairedSurrogates)
-{
-    EXPECT_EQ(Str16ToStr8(std::u16string(1, char16_t(0xDC00))), "");
-    EXPECT_EQ(Str16ToStr8(u"x" + std::u16string(1, char16_t(0xDC00))), "");
-    EXPECT_EQ(Str16ToStr8(std::u16string(1, char16_t(0xD800)) + u"a"), "a");
-}
-
-class MemcpySTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        memset(dest_, 0xAA, sizeof(dest_));
+    for (const char *bad : {"ok\xff", "ok\xe4\xb8", "\x80", "\xc0\xaf"}) { // byte, truncated, stray, overlong
+        EXPECT_EQ(Str8ToStr16(bad), u"") << bad;
     }
-    bool DestIs(uint8_t value, size_t count) const
-    {
-        for (size_t i = 0; i < count; i++) {
-            if (dest_[i] != value) {
-                return false;
-            }
-        }
-        return true;
+    const std::u16string loneLow(1, char16_t(0xDC00));
+    EXPECT_EQ(Str16ToStr8(u"x" + loneLow), "");
+    EXPECT_EQ(GetUtf16ToUtf8Length(loneLow), -1);
+    char buffer[8] = "keep";
+    EXPECT_EQ(Char16ToChar8(loneLow, buffer, sizeof(buffer)), -1);
+    EXPECT_STREQ(buffer, "keep");
+    EXPECT_EQ(Str16ToStr8(std::u16string(1, char16_t(0xD800)) + u"a"), "a"); // a lone high surrogate is dropped
+}
+
+TEST(StringExTest, StrToIntTakesOnlyWholeDecimalIntegers)
+{
+    const std::pair<const char *, bool> cases[] = {
+        {"0", true},           {"-2147483648", true},  {"2147483647", true},
+        {"2147483648", false}, {"-2147483649", false}, {"99999999999999999999", false},
+        {"", false},           {"+1", false},          {" 1", false},
+        {"1 ", false},         {"12a", false},         {"-", false},
+        {"0x10", false},
+    };
+    for (const auto &[text, ok] : cases) {
+        int value = 7;
+        EXPECT_EQ(StrToInt(text, value), ok) << text;
+        EXPECT_EQ(value, ok ? static_cast<int>(strtol(text, nullptr, 10)) : 7) << text;
     }
-    uint8_t dest_[8];
-    const uint8_t src_[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-};
-
-TEST_F(MemcpySTest, DestMaxIsCheckedBeforeAnyPointer)
-{
-    EXPECT_EQ(memcpy_s(nullptr, 0, nullptr, 0), ERANGE);
-    EXPECT_EQ(memcpy_s(dest_, 0x80000000UL, src_, 1), ERANGE);
-    EXPECT_TRUE(DestIs(0xAA, 8));
-    EXPECT_EQ(memcpy_s(nullptr, 8, src_, 1), EINVAL);
 }
 
-TEST_F(MemcpySTest, ResetCodesWipeTheWholeDestination)
+TEST(StringExTest, CaseTrimReplaceAndClassification)
 {
-    EXPECT_EQ(memcpy_s(dest_, 8, nullptr, 1), 150);
-    EXPECT_TRUE(DestIs(0, 8));
-    SetUp();
-    EXPECT_EQ(memcpy_s(dest_, 4, src_, 5), 162);
-    EXPECT_TRUE(DestIs(0, 4));
-    EXPECT_EQ(dest_[4], 0xAA);
-    SetUp();
-    EXPECT_EQ(memcpy_s(dest_, 8, dest_ + 2, 4), 182);
-    EXPECT_TRUE(DestIs(0, 8));
+    const std::pair<std::string, std::string> texts[] = {
+        {UpperStr("aBc-1"), "ABC-1"},
+        {LowerStr("AbC-1"), "abc-1"},
+        {TrimStr("  a b  "), "a b"},
+        {TrimStr("xxaxx", 'x'), "a"},
+        {TrimStr("   "), ""},
+        {ReplaceStr("aaa", "aa", "b"), "ba"},
+        {ReplaceStr("abc", "", "x"), "abc"},
+        {ReplaceStr("a.b", ".", "::"), "a::b"},
+        {DexToHexString(255), "FF"},
+        {DexToHexString(255, false), "ff"},
+        {DexToHexString(-1), "FFFFFFFF"},
+        {ToString(-12), "-12"},
+    };
+    for (const auto &[actual, expected] : texts) {
+        EXPECT_EQ(actual, expected);
+    }
+    const std::tuple<bool (*)(const std::string &), const char *, bool> predicates[] = {
+        {IsNumericStr, "0123", true}, {IsNumericStr, "", false},   {IsNumericStr, "-1", false},
+        {IsAlphaStr, "abZ", true},    {IsAlphaStr, "ab1", false},  {IsAlphaStr, "", false},
+        {IsUpperStr, "AB-1", true},   {IsUpperStr, "AbC", false},  {IsLowerStr, "ab-1", true},
+        {IsLowerStr, "aBc", false},   {IsAsciiString, "ok", true}, {IsAsciiString, "\xc3", false},
+    };
+    for (const auto &[predicate, text, expected] : predicates) {
+        EXPECT_EQ(predicate(text), expected) << text;
+    }
+    EXPECT_TRUE(IsSameTextStr("Tarnby", "tARNBY"));
+    EXPECT_FALSE(IsSameTextStr("Tarnby", "Tarnb"));
+    EXPECT_TRUE(IsSubStr("service", "vic"));
+    EXPECT_FALSE(IsSubStr("service", "x"));
+    EXPECT_FALSE(IsSubStr("service", ""));
 }
 
-TEST_F(MemcpySTest, CopiesOtherwise)
+TEST(StringExTest, SplitAndPiecesBetweenDelimiters)
 {
-    EXPECT_EQ(memcpy_s(dest_, 8, src_, 0), EOK);
-    EXPECT_TRUE(DestIs(0xAA, 8));
-    EXPECT_EQ(memcpy_s(dest_, 8, dest_, 8), EOK);
-    EXPECT_EQ(memcpy_s(dest_, 8, src_, 3), EOK);
-    EXPECT_EQ(memcmp(dest_, src_, 3), 0);
-    EXPECT_EQ(dest_[3], 0xAA);
-    EXPECT_EQ(memcpy_s(dest_ + 4, 4, dest_, 4), EOK); // adjacent ranges do not overlap
+    std::vector<std::string> pieces = {"kept"};
+    SplitStr(" a , ,b,", ",", pieces);
+    EXPECT_EQ(pieces, (std::vector<std::string>{"kept", "a", "b"}));
+    pieces.clear();
+    SplitStr(" a , ,b,", ",", pieces, true, false);
+    EXPECT_EQ(pieces, (std::vector<std::string>{" a ", " ", "b", ""}));
+    pieces.clear();
+    SplitStr("a::b", "", pieces);
+    EXPECT_EQ(pieces, std::vector<std::string>{"a::b"});
+
+    std::string sub = "kept";
+    EXPECT_EQ(GetFirstSubStrBetween("x[ab]y[c]", "[", "]", sub), 4u);
+    EXPECT_EQ(sub, "ab");
+    EXPECT_EQ(GetFirstSubStrBetween("x[ab", "[", "]", sub), std::string::npos);
+    EXPECT_EQ(GetFirstSubStrBetween("x[ab]", "", "]", sub), std::string::npos);
+    EXPECT_EQ(sub, "ab");
+    pieces.clear();
+    GetSubStrBetween("x[ab]y[c][]z[", "[", "]", pieces);
+    EXPECT_EQ(pieces, (std::vector<std::string>{"ab", "c", ""}));
+    pieces.clear();
+    GetSubStrBetween("|a|b|", "|", "|", pieces); // a closing delimiter opens the next pair
+    EXPECT_EQ(pieces, (std::vector<std::string>{"a", "b"}));
+    GetSubStrBetween("abc", "", "", pieces);
+    EXPECT_EQ(pieces.size(), 2u);
 }
 
-TEST_F(MemcpySTest, MemsetSFillsOrReportsTheRange)
+// Each row: destination size and source, the expected code and the destination afterwards (0xAA = untouched).
+TEST(MemcpySTest, ChecksInTheLibrarysOrderAndWipesOnResetCodes)
 {
+    struct Case {
+        size_t destMax;
+        bool nullDest, nullSrc, overlap;
+        size_t count;
+        errno_t code;
+        std::vector<uint8_t> after;
+    } cases[] = {
+        {0, true, true, false, 0, ERANGE, {0xAA, 0xAA, 0xAA, 0xAA}}, // destMax first, even before pointers
+        {0x80000000UL, false, false, false, 1, ERANGE, {0xAA, 0xAA, 0xAA, 0xAA}},
+        {4, true, false, false, 1, EINVAL, {0xAA, 0xAA, 0xAA, 0xAA}},
+        {4, false, true, false, 1, 150, {0, 0, 0, 0}},
+        {2, false, false, false, 3, 162, {0, 0, 0xAA, 0xAA}},
+        {4, false, false, true, 2, 182, {0, 0, 0, 0}},
+        {4, false, false, false, 0, EOK, {0xAA, 0xAA, 0xAA, 0xAA}},
+        {4, false, false, false, 3, EOK, {1, 2, 3, 0xAA}},
+    };
+    for (const Case &c : cases) {
+        uint8_t dest[8];
+        memset(dest, 0xAA, sizeof(dest));
+        const uint8_t src[] = {1, 2, 3, 4};
+        const void *from = c.nullSrc ? nullptr : (c.overlap ? dest + 1 : static_cast<const void *>(src));
+        EXPECT_EQ(memcpy_s(c.nullDest ? nullptr : dest, c.destMax, from, c.count), c.code)
+            << c.destMax << "/" << c.count;
+        EXPECT_EQ(std::vector<uint8_t>(dest, dest + 4), c.after) << c.destMax << "/" << c.count;
+    }
+    uint8_t self[4] = {5, 6, 7, 8};
+    EXPECT_EQ(memcpy_s(self, 4, self, 4), EOK);     // the same range is no overlap
+    EXPECT_EQ(memcpy_s(self + 2, 2, self, 2), EOK); // nor are adjacent ones
+    EXPECT_EQ(self[2], 5);
+}
+
+TEST(MemcpySTest, MemsetSFillsOrReportsTheRange)
+{
+    uint8_t dest[8];
+    memset(dest, 0xAA, sizeof(dest));
     EXPECT_EQ(memset_s(nullptr, 0, 0, 0), ERANGE);
     EXPECT_EQ(memset_s(nullptr, 8, 0, 1), EINVAL);
-    EXPECT_EQ(memset_s(dest_, 4, 0x11, 6), 162);
-    EXPECT_TRUE(DestIs(0x11, 4));
-    EXPECT_EQ(dest_[4], 0xAA);
-    EXPECT_EQ(memset_s(dest_, 8, 0x22, 8), EOK);
-    EXPECT_TRUE(DestIs(0x22, 8));
+    EXPECT_EQ(memset_s(dest, 4, 0x11, 6), 162);
+    EXPECT_EQ(std::vector<uint8_t>(dest, dest + 5), (std::vector<uint8_t>{0x11, 0x11, 0x11, 0x11, 0xAA}));
+    EXPECT_EQ(memset_s(dest, 8, 0x22, 8), EOK);
+    EXPECT_EQ(dest[7], 0x22);
 }

@@ -1,8 +1,17 @@
-// Host HiLog: privacy tags, printf conversions, and the record sink that tests read logs through.
+// Host HiLog: privacy-tag formatting, the level threshold, the background writer (order, flood, exit) and the sink.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <climits>
-#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -14,64 +23,96 @@ namespace {
 constexpr unsigned int DOMAIN = 0xD004612;
 constexpr const char *TAG = "HiLogTest";
 
-class HiLogTest : public testing::Test {
-protected:
-    // The text of the only record that `print` leaves.
-    template <typename Print>
-    std::string Capture(Print print)
+// Sends fd 2 into a pipe while it lives; Finish() flushes the log writer and returns what arrived.
+class StderrPipe {
+public:
+    explicit StderrPipe(bool readNow = true)
     {
-        capture_.Clear();
-        print();
-        auto records = capture_.Records();
-        EXPECT_EQ(records.size(), 1u);
-        return records.empty() ? std::string() : records.front().text;
+        EXPECT_EQ(pipe2(fds_, O_CLOEXEC), 0);
+        fcntl(fds_[1], F_SETPIPE_SZ, 4096); // small, so that a reader that waits blocks the writer soon
+        saved_ = dup(STDERR_FILENO);
+        dup2(fds_[1], STDERR_FILENO);
+        if (readNow) {
+            StartReading();
+        }
+    }
+    void StartReading()
+    {
+        reader_ = std::thread([this] {
+            char chunk[4096];
+            for (ssize_t n; (n = read(fds_[0], chunk, sizeof(chunk))) > 0;) {
+                text_.append(chunk, static_cast<size_t>(n));
+            }
+        });
+    }
+    std::vector<std::string> Finish()
+    {
+        HiLogFlush();
+        dup2(saved_, STDERR_FILENO);
+        close(saved_);
+        close(fds_[1]);
+        reader_.join();
+        close(fds_[0]);
+        std::vector<std::string> lines;
+        std::istringstream in(text_);
+        for (std::string line; std::getline(in, line);) {
+            lines.push_back(line);
+        }
+        return lines;
     }
 
-    LogCapture capture_;
+private:
+    int fds_[2] = {-1, -1};
+    int saved_ = -1;
+    std::thread reader_;
+    std::string text_;
 };
 
-#define LOG_TEXT(...) Capture([&] { HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, __VA_ARGS__); })
+// The text after "tag: " of a line the default writer printed.
+std::string TextOf(const std::string &line)
+{
+    size_t mark = line.find(": ");
+    return mark == std::string::npos ? "" : line.substr(mark + 2);
+}
+
+void SetLevelVariable(const char *value)
+{
+    value == nullptr ? unsetenv("OHOS_HOST_LOG_LEVEL") : setenv("OHOS_HOST_LOG_LEVEL", value, 1);
+    HiLogReadLevel();
+}
 } // namespace
 
-TEST_F(HiLogTest, PublicValuesAreShownAndOthersArePrivate)
+TEST(HiLogFormatTest, PrivacyTagsConversionsAndArgumentOrder)
 {
-    EXPECT_EQ(LOG_TEXT("name = %{public}s", "tarnby"), "name = tarnby");
-    EXPECT_EQ(LOG_TEXT("id = %{private}d", 42), "id = <private>");
-    EXPECT_EQ(LOG_TEXT("id = %d, name = %s", 42, "x"), "id = <private>, name = <private>");
-}
-
-TEST_F(HiLogTest, PrivateArgumentsAreStillConsumedInOrder)
-{
-    EXPECT_EQ(LOG_TEXT("%{private}s %{public}d %lld %{public}s", "secret", 7, 1LL << 40, "end"),
+    LogCapture capture;
+    auto text = [&capture](auto... args) {
+        capture.Clear();
+        EXPECT_GE(HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, args...), 0);
+        auto records = capture.Records();
+        return records.size() == 1 ? records.front().text : "<" + std::to_string(records.size()) + " records>";
+    };
+    EXPECT_EQ(text("name = %{public}s", "tarnby"), "name = tarnby");
+    EXPECT_EQ(text("id = %{private}d, %d, %s", 42, 43, "x"), "id = <private>, <private>, <private>");
+    EXPECT_EQ(text("%{private}s %{public}d %lld %{public}s", "secret", 7, 1LL << 40, "end"),
               "<private> 7 <private> end");
-    EXPECT_EQ(LOG_TEXT("%f|%{public}.2f|%{public}d", 1.5, 2.25, 3), "<private>|2.25|3");
+    EXPECT_EQ(text("%f|%{public}.2f|%{public}d", 1.5, 2.25, 3), "<private>|2.25|3");
+    EXPECT_EQ(text("%{public}zu", SIZE_MAX), std::to_string(SIZE_MAX));
+    EXPECT_EQ(text("%{public}lu", ULONG_MAX), std::to_string(ULONG_MAX));
+    EXPECT_EQ(text("%{public}u/%{public}d", 3000000000u, -1), "3000000000/-1");
+    EXPECT_EQ(text("%{public}lld", LLONG_MIN), std::to_string(LLONG_MIN));
+    EXPECT_EQ(text("%{public}x %{public}#06x", 255u, 10u), "ff 0x000a");
+    EXPECT_EQ(text("[%{public}-5d][%{public}5s][%{public}*d]", 12, "ab", 4, 7), "[12   ][   ab][   7]");
+    EXPECT_EQ(text("100%% of %{public}c", 'x'), "100% of x");
+    EXPECT_EQ(text("%{public}s", static_cast<const char *>(nullptr)), "(null)");
+    EXPECT_EQ(text("%{public}s!", std::string(300, 'y').c_str()), std::string(300, 'y') + "!");
 }
 
-TEST_F(HiLogTest, UnsignedAndSizeConversionsKeepTheirWidth)
+TEST(HiLogFormatTest, RecordCarriesTypeLevelDomainAndTag)
 {
-    EXPECT_EQ(LOG_TEXT("%{public}zu", SIZE_MAX), std::to_string(SIZE_MAX));
-    EXPECT_EQ(LOG_TEXT("%{public}lu", ULONG_MAX), std::to_string(ULONG_MAX));
-    EXPECT_EQ(LOG_TEXT("%{public}u", UINT_MAX), "4294967295");
-    EXPECT_EQ(LOG_TEXT("%{public}u/%{public}d", 3000000000u, -1), "3000000000/-1");
-    EXPECT_EQ(LOG_TEXT("%{public}lld", LLONG_MIN), std::to_string(LLONG_MIN));
-    EXPECT_EQ(LOG_TEXT("%{public}x %{public}#06x", 255u, 10u), "ff 0x000a");
-}
-
-TEST_F(HiLogTest, FlagsWidthsAndLiteralPercent)
-{
-    EXPECT_EQ(LOG_TEXT("[%{public}-5d][%{public}5s]", 12, "ab"), "[12   ][   ab]");
-    EXPECT_EQ(LOG_TEXT("[%{public}*d]", 4, 7), "[   7]");
-    EXPECT_EQ(LOG_TEXT("100%% of %{public}c", 'x'), "100% of x");
-    EXPECT_EQ(LOG_TEXT("%{public}s", static_cast<const char *>(nullptr)), "(null)");
-    EXPECT_EQ(LOG_TEXT("plain text"), "plain text");
-}
-
-TEST_F(HiLogTest, RecordCarriesTypeLevelDomainAndTag)
-{
-    int written = HiLogPrint(LOG_CORE, LOG_ERROR, DOMAIN, TAG, "code %{public}d", 1012);
-    EXPECT_EQ(written, 9);
+    LogCapture capture;
+    EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_ERROR, DOMAIN, TAG, "code %{public}d", 1012), 9);
     HiLogRecord record;
-    ASSERT_TRUE(capture_.Find("code 1012", &record));
+    ASSERT_TRUE(capture.Find("code 1012", &record));
     EXPECT_EQ(record.type, LOG_CORE);
     EXPECT_EQ(record.level, LOG_ERROR);
     EXPECT_EQ(record.domain, DOMAIN);
@@ -79,18 +120,179 @@ TEST_F(HiLogTest, RecordCarriesTypeLevelDomainAndTag)
     EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_ERROR, DOMAIN, TAG, nullptr), -1);
 }
 
-TEST(HiLogSinkTest, DefaultWriterIsRestoredWhenTheCaptureEnds)
+TEST(HiLogLevelTest, ThresholdComesFromTheEnvironmentAndIsCheckedBeforeFormatting)
 {
+    const struct {
+        const char *value;
+        LogLevel threshold;
+    } cases[] = {{nullptr, LOG_INFO},  {"D", LOG_DEBUG}, {"debug", LOG_DEBUG}, {"warn", LOG_WARN},   {"E", LOG_ERROR},
+                 {"FATAL", LOG_FATAL}, {"f", LOG_FATAL}, {"", LOG_INFO},       {"verbose", LOG_INFO}};
+    LogCapture capture;
+    for (const auto &c : cases) {
+        SetLevelVariable(c.value);
+        for (LogLevel level : {LOG_DEBUG, LOG_INFO, LOG_WARN, LOG_ERROR, LOG_FATAL}) {
+            bool passes = level >= c.threshold;
+            EXPECT_EQ(HiLogIsLoggable(DOMAIN, TAG, level), passes) << (c.value ? c.value : "unset") << " " << level;
+            capture.Clear();
+            EXPECT_EQ(HiLogPrint(LOG_CORE, level, DOMAIN, TAG, "x") == 1, passes);
+            EXPECT_EQ(capture.Records().size(), passes ? 1u : 0u);
+        }
+    }
+    SetLevelVariable("error");
+    // Formatting would read through this pointer; below the threshold nothing may look at it.
+    EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_WARN, DOMAIN, TAG, "%{public}s", reinterpret_cast<const char *>(8)), -1);
+    SetLevelVariable(nullptr);
+    EXPECT_FALSE(HiLogIsLoggable(DOMAIN, nullptr, LOG_FATAL));
+    EXPECT_FALSE(HiLogIsLoggable(DOMAIN, TAG, LOG_LEVEL_MAX));
+}
+
+TEST(HiLogWriterTest, DefaultWriterPrintsHilogLinesOnceTheCaptureEnds)
+{
+    StderrPipe err;
     {
         LogCapture capture;
-        testing::internal::CaptureStderr();
         HiLogPrint(LOG_CORE, LOG_WARN, DOMAIN, TAG, "captured %{public}d", 1);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         EXPECT_TRUE(capture.Find("captured 1"));
     }
-    testing::internal::CaptureStderr();
     HiLogPrint(LOG_CORE, LOG_WARN, DOMAIN, TAG, "to stderr %{public}s", "now");
-    std::string line = testing::internal::GetCapturedStderr();
-    EXPECT_NE(line.find(" W 04612/HiLogTest: to stderr now\n"), std::string::npos) << line;
+    std::vector<std::string> lines = err.Finish();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find(" W 04612/HiLogTest: to stderr now"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[0].find(" " + std::to_string(getpid()) + " "), std::string::npos) << lines[0];
+}
+
+// The pipe is not read until the flood is over, so the writer blocks and the ring overflows.
+TEST(HiLogWriterTest, FloodDropsTheOldestLinesCountsThemAndKeepsEachThreadsOrder)
+{
+    constexpr int THREADS = 4;
+    constexpr int LINES = 3000;
+    StderrPipe err(false);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < THREADS; t++) {
+        threads.emplace_back([t] {
+            for (int i = 0; i < LINES; i++) {
+                HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "t%{public}d %{public}d", t, i);
+            }
+        });
+    }
+    for (auto &thread : threads) {
+        thread.join();
+    }
+    HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "end");
+    err.StartReading();
+    std::vector<std::string> lines = err.Finish();
+
+    long printed = 0;
+    long dropped = 0;
+    std::vector<int> last(THREADS, -1);
+    for (const std::string &line : lines) {
+        int t = -1;
+        int i = -1;
+        long n = 0;
+        if (sscanf(TextOf(line).c_str(), "dropped %ld lines", &n) == 1) {
+            dropped += n;
+        } else if (sscanf(TextOf(line).c_str(), "t%d %d", &t, &i) == 2 && t >= 0 && t < THREADS) {
+            EXPECT_GT(i, last[t]) << "thread " << t << " reordered";
+            last[t] = i;
+            printed++;
+        }
+    }
+    EXPECT_GT(dropped, 0);
+    EXPECT_EQ(printed + dropped, THREADS * LINES);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(TextOf(lines.back()), "end") << "the newest line is kept";
+}
+
+TEST(HiLogWriterTest, ProcessExitPrintsEverythingQueued)
+{
+    constexpr int LINES = 500;
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    pid_t child = fork();
+    if (child == 0) {
+        dup2(fds[1], STDERR_FILENO);
+        for (int i = 0; i < LINES; i++) {
+            HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "line %{public}d", i);
+        }
+        exit(0);
+    }
+    close(fds[1]);
+    std::string text;
+    char chunk[4096];
+    for (ssize_t n; (n = read(fds[0], chunk, sizeof(chunk))) > 0;) {
+        text.append(chunk, static_cast<size_t>(n));
+    }
+    close(fds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_NE(text.find(": line 0\n"), std::string::npos);
+    EXPECT_NE(text.find(": line " + std::to_string(LINES - 1) + "\n"), std::string::npos) << text.size();
+}
+
+TEST(HiLogSinkTest, ReplacedSinkIsNeverCalledAgainWhileOthersLog)
+{
+    struct Sink {
+        std::atomic<bool> replaced{false};
+        std::atomic<int> calls{0};
+        std::atomic<int> lateCalls{0};
+    };
+    std::vector<std::unique_ptr<Sink>> sinks;
+    auto install = [&sinks] {
+        sinks.push_back(std::make_unique<Sink>());
+        Sink *sink = sinks.back().get();
+        // A call still running once its replacement has been installed counts as late too.
+        HiLogSetSink([sink](const HiLogRecord &) {
+            sink->calls++;
+            std::this_thread::yield();
+            sink->lateCalls += sink->replaced.load() ? 1 : 0;
+        });
+        if (sinks.size() > 1) {
+            sinks[sinks.size() - 2]->replaced = true; // from here on it must never run
+        }
+    };
+    install();
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> loggers;
+    for (int t = 0; t < 3; t++) {
+        loggers.emplace_back([&stop] {
+            while (!stop) {
+                HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "busy");
+            }
+        });
+    }
+    for (int round = 0; round < 1000; round++) {
+        while (sinks.back()->calls == 0) {
+            std::this_thread::yield(); // every sink is in use when it is replaced
+        }
+        install();
+    }
+    stop = true;
+    for (auto &logger : loggers) {
+        logger.join();
+    }
+    HiLogSetSink(nullptr);
+    int late = 0;
+    for (const auto &sink : sinks) {
+        late += sink->lateCalls;
+    }
+    EXPECT_EQ(late, 0);
+}
+
+// Replacing itself, the sink must not wait for its own call, and must stay alive until that call ends.
+TEST(HiLogSinkTest, SinkMayReplaceItselfAndLog)
+{
+    std::vector<std::string> texts;
+    int firstCalls = 0;
+    HiLogSetSink([&texts, &firstCalls](const HiLogRecord &) {
+        HiLogSetSink([&texts](const HiLogRecord &record) { texts.push_back(record.text); });
+        HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "from the sink");
+        firstCalls++; // the replaced sink is still alive until its own call ends
+    });
+    HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "first");
+    HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "second");
+    HiLogSetSink(nullptr);
+    EXPECT_EQ(firstCalls, 1);
+    EXPECT_EQ(texts, (std::vector<std::string>{"from the sink", "second"}));
 }
 } // namespace OHOS::TarnbyTest

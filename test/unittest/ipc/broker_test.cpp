@@ -2,7 +2,6 @@
 // with their own interface only under their own descriptor, and the first registration of a descriptor wins.
 #include <gtest/gtest.h>
 
-#include "host_ipc_proxy.h"
 #include "ipc_test_support.h"
 #include "iremote_broker.h"
 #include "iremote_proxy.h"
@@ -16,7 +15,7 @@ public:
     virtual int32_t Greet(int32_t value) = 0;
 };
 
-// Doubles the value on the other side.
+// Doubles the value on the other side, after checking the token.
 class GreeterStub : public IRemoteStub<IGreeter> {
 public:
     int32_t Greet(int32_t value) override
@@ -38,108 +37,62 @@ public:
     explicit GreeterProxy(const sptr<IRemoteObject> &object) : IRemoteProxy<IGreeter>(object) {}
     int32_t Greet(int32_t value) override
     {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
+        MessageParcel data, reply;
         data.WriteInterfaceToken(GetDescriptor());
         data.WriteInt32(value);
-        sptr<IRemoteObject> remote = Remote();
-        if (remote == nullptr || remote->SendRequest(1, data, reply, option) != 0) {
-            return -1;
-        }
-        return reply.ReadInt32();
-    }
-};
-
-// A second proxy class for the same interface: registered after GreeterProxy, it must never be used.
-class LateGreeterProxy : public GreeterProxy {
-public:
-    explicit LateGreeterProxy(const sptr<IRemoteObject> &object) : GreeterProxy(object) {}
-    int32_t Greet(int32_t value) override
-    {
-        return -1000;
+        return Remote() != nullptr && Send(Remote(), data, reply) == 0 ? reply.ReadInt32() : -1;
     }
 };
 
 BrokerDelegator<GreeterProxy> g_greeterDelegator;
 
-class IUnregistered : public IRemoteBroker {
-public:
+struct IUnregistered : public IRemoteBroker {
     DECLARE_INTERFACE_DESCRIPTOR(u"test.IUnregistered");
 };
 } // namespace
 
-TEST(BrokerTest, DescriptorMacroGivesTheLiteral)
+TEST(BrokerTest, ProxyIsWrappedAnewEachTimeAndALocalStubOnlyUnderItsOwnDescriptor)
 {
-    EXPECT_EQ(IGreeter::GetDescriptor(), u"test.IGreeter");
     EXPECT_EQ(std::u16string(IGreeter::metaDescriptor_), u"test.IGreeter");
-}
-
-TEST(BrokerTest, ProxyObjectIsWrappedByTheRegisteredCreatorEachTime)
-{
-    sptr<IRemoteObject> stub = new GreeterStub();
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(stub);
+    sptr<GreeterStub> stub = new GreeterStub();
+    sptr<IRemoteObject> proxy = ProxyOf(stub->AsObject());
     sptr<IGreeter> first = iface_cast<IGreeter>(proxy);
     sptr<IGreeter> second = iface_cast<IGreeter>(proxy);
-    ASSERT_NE(first, nullptr);
-    ASSERT_NE(second, nullptr);
+    ASSERT_TRUE(first != nullptr && second != nullptr);
     EXPECT_NE(first, second);
     EXPECT_EQ(first->AsObject(), proxy);
     EXPECT_EQ(first->Greet(21), 42);
     EXPECT_EQ(iface_cast<IGreeter>(nullptr), nullptr);
     EXPECT_EQ(iface_cast<IUnregistered>(proxy), nullptr);
-}
 
-TEST(BrokerTest, LocalStubAnswersWithItselfOnlyUnderItsOwnDescriptor)
-{
-    sptr<GreeterStub> stub = new GreeterStub();
-    sptr<IRemoteObject> object = stub->AsObject();
-    sptr<IGreeter> local = iface_cast<IGreeter>(object);
-    EXPECT_EQ(local.GetRefPtr(), static_cast<IGreeter *>(stub.GetRefPtr()));
-    EXPECT_EQ(iface_cast<IUnregistered>(object), nullptr);
-
+    EXPECT_EQ(iface_cast<IGreeter>(stub->AsObject()).GetRefPtr(), static_cast<IGreeter *>(stub.GetRefPtr()));
+    EXPECT_EQ(iface_cast<IUnregistered>(stub->AsObject()), nullptr);
     sptr<IRemoteObject> mislabelled = new IPCObjectStub(u"test.Other");
     EXPECT_EQ(iface_cast<IGreeter>(mislabelled), nullptr);
     EXPECT_EQ(mislabelled->AsInterface(), nullptr);
 }
 
-TEST(BrokerTest, FirstRegistrationWinsAndALosingDelegatorLeavesItInPlace)
+TEST(BrokerTest, FirstRegistrationWinsUnregisterRemovesAndAStubRefusesAnotherToken)
 {
     auto &registration = BrokerRegistration::Get();
-    auto late = [](const sptr<IRemoteObject> &object) -> sptr<IRemoteBroker> { return new LateGreeterProxy(object); };
+    // A creator registered after GreeterProxy's must never be used.
+    auto late = [](const sptr<IRemoteObject> &) -> sptr<IRemoteBroker> { return nullptr; };
     EXPECT_FALSE(registration.Register(IGreeter::GetDescriptor(), late, nullptr));
     EXPECT_FALSE(registration.Register(u"", late, nullptr));
     {
-        BrokerDelegator<LateGreeterProxy> loser;
+        BrokerDelegator<GreeterProxy> loser; // its destructor must not unregister the winner
     }
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(new GreeterStub());
-    sptr<IGreeter> greeter = iface_cast<IGreeter>(proxy);
-    ASSERT_NE(greeter, nullptr);
-    EXPECT_EQ(greeter->Greet(5), 10);
-}
+    sptr<IRemoteObject> proxy = ProxyOf(new GreeterStub());
+    EXPECT_EQ(iface_cast<IGreeter>(proxy)->Greet(5), 10);
 
-TEST(BrokerTest, UnregisterRemovesTheCreator)
-{
-    auto &registration = BrokerRegistration::Get();
-    const std::u16string descriptor = u"test.ITemporary";
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(new GreeterStub());
     auto creator = [](const sptr<IRemoteObject> &object) -> sptr<IRemoteBroker> { return new GreeterProxy(object); };
-    ASSERT_TRUE(registration.Register(descriptor, creator, nullptr));
-    EXPECT_NE(registration.NewInstance(descriptor, proxy), nullptr);
-    registration.Unregister(descriptor);
-    EXPECT_EQ(registration.NewInstance(descriptor, proxy), nullptr);
-    EXPECT_TRUE(registration.Register(descriptor, creator, nullptr));
-    registration.Unregister(descriptor);
-}
+    ASSERT_TRUE(registration.Register(u"test.ITemporary", creator, nullptr));
+    EXPECT_NE(registration.NewInstance(u"test.ITemporary", proxy), nullptr);
+    registration.Unregister(u"test.ITemporary");
+    EXPECT_EQ(registration.NewInstance(u"test.ITemporary", proxy), nullptr);
 
-TEST(BrokerTest, StubRefusesARequestWithAnotherToken)
-{
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(new GreeterStub());
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
+    MessageParcel data, reply;
     data.WriteInterfaceToken(u"test.ISomethingElse");
-    data.WriteInt32(1);
-    EXPECT_EQ(proxy->SendRequest(1, data, reply, option), IPC_STUB_INVALID_DATA_ERR);
+    EXPECT_EQ(Send(proxy, data, reply), IPC_STUB_INVALID_DATA_ERR);
 }
 } // namespace OHOS::TarnbyTest

@@ -1,162 +1,89 @@
 // KillObject: a local object dies as if its process exited; proxies fail and their recipients are told once.
-#include <thread>
+#include <future>
 
 #include <gtest/gtest.h>
 
 #include "host_ipc.h"
-#include "host_ipc_proxy.h"
 #include "ipc_test_support.h"
 
 namespace OHOS::TarnbyTest {
-namespace {
-int SendOnce(const sptr<IRemoteObject> &remote)
+TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnIpcThread)
 {
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    return remote->SendRequest(1, data, reply, option);
-}
-
-sptr<IRemoteObject> NewService()
-{
-    return new ScriptedStub([](uint32_t, MessageParcel &, MessageParcel &, MessageOption &) { return 0; });
-}
-} // namespace
-
-TEST(DeathTest, KilledObjectFailsRequestsAndTellsTheRecipientOnceOnAnIpcThread)
-{
-    sptr<IRemoteObject> service = NewService();
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(service);
-    sptr<CountingRecipient> recipient = new CountingRecipient();
-    ASSERT_EQ(SendOnce(proxy), 0);
-    ASSERT_TRUE(proxy->AddDeathRecipient(recipient));
-    EXPECT_FALSE(proxy->AddDeathRecipient(nullptr));
-    EXPECT_FALSE(proxy->IsObjectDead());
-
-    HostIpc::KillObject(service);
-    EXPECT_TRUE(proxy->IsObjectDead());
-    EXPECT_EQ(SendOnce(proxy), ERR_DEAD_OBJECT);
-    EXPECT_EQ(SendOnce(proxy), 32);
-    recipient->WaitForCalls(1);
-    EXPECT_EQ(recipient->Died(), proxy);
-    ASSERT_EQ(recipient->Threads().size(), 1u);
-    EXPECT_NE(recipient->Threads()[0], std::this_thread::get_id());
-
-    EXPECT_FALSE(proxy->AddDeathRecipient(recipient));
-    EXPECT_FALSE(proxy->RemoveDeathRecipient(recipient));
-    HostIpc::KillObject(service); // a second death is no news
-    sptr<CountingRecipient> marker = new CountingRecipient();
-    sptr<IRemoteObject> other = NewService();
-    sptr<IRemoteObject> otherProxy = HostIpc::GetProxy(other);
-    ASSERT_TRUE(otherProxy->AddDeathRecipient(marker));
-    HostIpc::KillObject(other);
-    marker->WaitForCalls(1);
-    EXPECT_EQ(recipient->Calls(), 1);
-}
-
-TEST(DeathTest, EveryRegistrationIsToldAndARemovedOneIsNot)
-{
-    sptr<IRemoteObject> service = NewService();
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(service);
-    sptr<CountingRecipient> removed = new CountingRecipient();
-    sptr<CountingRecipient> first = new CountingRecipient();
-    sptr<CountingRecipient> second = new CountingRecipient();
-    ASSERT_TRUE(proxy->AddDeathRecipient(removed));
-    ASSERT_TRUE(proxy->AddDeathRecipient(first));
-    ASSERT_TRUE(proxy->AddDeathRecipient(second));
-    EXPECT_TRUE(proxy->RemoveDeathRecipient(removed));
-    EXPECT_FALSE(proxy->RemoveDeathRecipient(removed));
-    EXPECT_FALSE(proxy->RemoveDeathRecipient(nullptr));
-
-    HostIpc::KillObject(service);
-    first->WaitForCalls(1);
-    second->WaitForCalls(1);
-    EXPECT_EQ(first->Calls(), 1);
-    EXPECT_EQ(second->Calls(), 1);
-    EXPECT_EQ(removed->Calls(), 0);
-}
-
-TEST(DeathTest, RecipientMayRemoveItselfWhileBeingTold)
-{
-    sptr<IRemoteObject> service = NewService();
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(service);
-    bool removedResult = true;
-    sptr<CountingRecipient> recipient = new CountingRecipient([&](CountingRecipient &self, const auto &object) {
-        sptr<IRemoteObject> dead = object.promote();
-        removedResult = dead != nullptr && dead->RemoveDeathRecipient(&self);
+    sptr<IRemoteObject> service =
+        new ScriptedStub([](uint32_t, MessageParcel &, MessageParcel &, auto &) { return 0; });
+    sptr<IRemoteObject> proxy = ProxyOf(service);
+    sptr<CountingRecipient> told = new CountingRecipient(), removed = new CountingRecipient();
+    bool selfRemoved = true;
+    sptr<CountingRecipient> remover = new CountingRecipient([&selfRemoved](CountingRecipient &self, const auto &dead) {
+        selfRemoved = dead.promote() != nullptr && dead.promote()->RemoveDeathRecipient(&self); // must not deadlock
     });
-    ASSERT_TRUE(proxy->AddDeathRecipient(recipient));
+    EXPECT_FALSE(proxy->AddDeathRecipient(nullptr) || proxy->RemoveDeathRecipient(nullptr));
+    ASSERT_TRUE(proxy->AddDeathRecipient(removed) && proxy->AddDeathRecipient(told) &&
+                proxy->AddDeathRecipient(remover));
+    EXPECT_TRUE(proxy->RemoveDeathRecipient(removed));
+    EXPECT_FALSE(proxy->RemoveDeathRecipient(removed) || proxy->IsObjectDead());
+
     HostIpc::KillObject(service);
-    recipient->WaitForCalls(1);
-    EXPECT_FALSE(removedResult); // already taken off the dead proxy, and no deadlock on the way
-}
-
-TEST(DeathTest, KillingThroughAProxyKillsTheObjectBehindIt)
-{
-    sptr<IRemoteObject> service = NewService();
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(service);
-    HostIpc::KillObject(proxy);
     EXPECT_TRUE(proxy->IsObjectDead());
-    EXPECT_EQ(SendOnce(proxy), ERR_DEAD_OBJECT);
-    EXPECT_EQ(SendOnce(service), 0) << "the local object itself still answers in its own process";
+    EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
+    EXPECT_EQ(SendEmpty(service), 0) << "the local object itself still answers in its own process";
+    sptr<IRemoteObject> died;
+    EXPECT_NE(told->WaitForCalls(1, &died)[0], std::this_thread::get_id());
+    EXPECT_EQ(died, proxy);
+    remover->WaitForCalls(1);
+    EXPECT_FALSE(selfRemoved) << "already taken off the dead proxy";
+    EXPECT_FALSE(proxy->AddDeathRecipient(told) || proxy->RemoveDeathRecipient(told));
+
+    HostIpc::KillObject(ProxyOf(service)); // a second death is no news; killing through a proxy works as well
+    sptr<CountingRecipient> marker = new CountingRecipient();
+    sptr<IRemoteObject> other = new ScriptedStub();
+    sptr<IRemoteObject> otherProxy = ProxyOf(other); // held: a recipient lives only as long as its proxy
+    ASSERT_TRUE(otherProxy->AddDeathRecipient(marker));
+    HostIpc::KillObject(otherProxy);
+    marker->WaitForCalls(1); // deaths are told in order: anything more for `told` would have come by now
+    EXPECT_EQ(told->WaitForCalls(0).size(), 1u);
+    EXPECT_EQ(removed->WaitForCalls(0).size(), 0u);
 }
 
-TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDead)
+TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBornDead)
 {
-    sptr<IRemoteObject> callback = NewService();
+    sptr<IRemoteObject> callback = new ScriptedStub();
     HostIpc::KillObject(callback);
     sptr<IRemoteObject> arrived;
     sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &data, MessageParcel &, auto &) {
         arrived = data.ReadRemoteObject();
         return 0;
     });
-    MessageParcel data;
+    MessageParcel data, reply;
     ASSERT_TRUE(data.WriteRemoteObject(callback));
-    MessageParcel reply;
-    MessageOption option;
-    ASSERT_EQ(HostIpc::GetProxy(service)->SendRequest(1, data, reply, option), 0);
+    ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
     ASSERT_NE(arrived, nullptr);
-    EXPECT_TRUE(arrived->IsObjectDead());
-    EXPECT_EQ(SendOnce(arrived), ERR_DEAD_OBJECT);
+    EXPECT_EQ(SendEmpty(arrived), ERR_DEAD_OBJECT);
     EXPECT_FALSE(arrived->AddDeathRecipient(new CountingRecipient()));
-}
-
-TEST(DeathTest, NewObjectAtARecycledAddressIsNotBornDead)
-{
     for (int round = 0; round < 20; round++) {
-        sptr<IRemoteObject> service = NewService();
-        bool deadAtBirth = HostIpc::GetProxy(service)->IsObjectDead();
-        ASSERT_FALSE(deadAtBirth) << "round " << round;
-        HostIpc::KillObject(service);
+        sptr<IRemoteObject> fresh = new ScriptedStub();
+        ASSERT_FALSE(ProxyOf(fresh)->IsObjectDead()) << "round " << round;
+        HostIpc::KillObject(fresh);
     }
 }
 
 TEST(DeathTest, RequestInFlightCompletesWhenItsTargetIsKilled)
 {
-    Latch entered;
-    Latch release;
+    std::promise<void> entered, release;
     sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &reply, auto &) {
-        entered.Open();
-        release.Wait();
-        reply.WriteInt32(6);
-        return 0;
+        entered.set_value();
+        release.get_future().wait();
+        return reply.WriteInt32(6) ? 0 : -1;
     });
-    sptr<IRemoteObject> proxy = HostIpc::GetProxy(service);
-    int result = -1;
-    int32_t value = 0;
-    std::thread client([&] {
-        MessageParcel data;
-        MessageParcel reply;
-        MessageOption option;
-        result = proxy->SendRequest(1, data, reply, option);
-        value = reply.ReadInt32();
+    sptr<IRemoteObject> proxy = ProxyOf(service);
+    auto call = std::async(std::launch::async, [proxy] {
+        MessageParcel data, reply;
+        return Send(proxy, data, reply) == 0 ? reply.ReadInt32() : -1;
     });
-    entered.Wait();
+    entered.get_future().wait();
     HostIpc::KillObject(service);
-    release.Open();
-    client.join();
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(value, 6);
-    EXPECT_EQ(SendOnce(proxy), ERR_DEAD_OBJECT);
+    release.set_value();
+    EXPECT_EQ(call.get(), 6);
+    EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
 }
 } // namespace OHOS::TarnbyTest

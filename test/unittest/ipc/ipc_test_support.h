@@ -1,101 +1,85 @@
 #ifndef TARNBY_TEST_IPC_TEST_SUPPORT_H
 #define TARNBY_TEST_IPC_TEST_SUPPORT_H
 
-// Doubles for the host IPC tests: a stub whose handler the test scripts, a latch, and a counting death recipient.
+// Doubles for the host IPC tests: a stub whose handler the test scripts, request helpers, a death recipient.
 #include <condition_variable>
-#include <cstdint>
 #include <functional>
-#include <mutex>
-#include <string>
 #include <thread>
 #include <vector>
 
+#include "host_ipc_proxy.h"
 #include "ipc_object_stub.h"
-#include "message_parcel.h"
 
 namespace OHOS::TarnbyTest {
 using Handler = std::function<int(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)>;
 
 class ScriptedStub : public IPCObjectStub {
 public:
-    explicit ScriptedStub(Handler handler, std::u16string descriptor = u"test.ScriptedStub") :
+    explicit ScriptedStub(Handler handler = nullptr, std::u16string descriptor = u"test.ScriptedStub") :
         IPCObjectStub(std::move(descriptor)), handler_(std::move(handler))
     {
     }
-
     int OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override
     {
-        return handler_(code, data, reply, option);
+        return handler_ ? handler_(code, data, reply, option)
+                        : IPCObjectStub::OnRemoteRequest(code, data, reply, option);
     }
 
 private:
     Handler handler_;
 };
 
-// Opens once; waiters pass from then on.
-class Latch {
-public:
-    void Open()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        open_ = true;
-        opened_.notify_all();
-    }
-    void Wait()
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        opened_.wait(lock, [this] { return open_; });
-    }
+// The proxy a client process would hold for `object`.
+inline sptr<IRemoteObject> ProxyOf(const sptr<IRemoteObject> &object)
+{
+    return HostIpc::GetProxy(object);
+}
 
-private:
-    std::mutex mutex_;
-    std::condition_variable opened_;
-    bool open_ = false;
-};
+inline int Send(const sptr<IRemoteObject> &remote, MessageParcel &data, MessageParcel &reply, uint32_t code = 1,
+                int flags = MessageOption::TF_SYNC)
+{
+    MessageOption option(flags);
+    return remote->SendRequest(code, data, reply, option);
+}
 
-// Records every call: how many, on which thread, and which object died.
+inline int SendEmpty(const sptr<IRemoteObject> &remote, uint32_t code = 1)
+{
+    MessageParcel data, reply;
+    return Send(remote, data, reply, code);
+}
+
+// Records the thread of every call and the object that died; `action` runs first.
 class CountingRecipient : public IRemoteObject::DeathRecipient {
 public:
-    using Action = std::function<void(CountingRecipient &self, const wptr<IRemoteObject> &object)>;
-    explicit CountingRecipient(Action action = nullptr) : action_(std::move(action)) {}
-
+    explicit CountingRecipient(std::function<void(CountingRecipient &, const wptr<IRemoteObject> &)> action = {}) :
+        action_(std::move(action))
+    {
+    }
     void OnRemoteDied(const wptr<IRemoteObject> &object) override
     {
         if (action_) {
             action_(*this, object);
         }
         std::lock_guard<std::mutex> lock(mutex_);
-        calls_++;
         threads_.push_back(std::this_thread::get_id());
         died_ = object.promote();
         called_.notify_all();
     }
-    void WaitForCalls(int count)
+    // Waits for `count` calls; returns the threads of all calls so far and the object of the last.
+    std::vector<std::thread::id> WaitForCalls(size_t count, sptr<IRemoteObject> *died = nullptr)
     {
         std::unique_lock<std::mutex> lock(mutex_);
-        called_.wait(lock, [this, count] { return calls_ >= count; });
-    }
-    int Calls()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return calls_;
-    }
-    std::vector<std::thread::id> Threads()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
+        called_.wait(lock, [this, count] { return threads_.size() >= count; });
+        if (died != nullptr) {
+            *died = died_;
+        }
         return threads_;
-    }
-    sptr<IRemoteObject> Died()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return died_;
     }
 
 private:
-    Action action_;
+    std::function<void(CountingRecipient &, const wptr<IRemoteObject> &)> action_;
     std::mutex mutex_;
     std::condition_variable called_;
-    int calls_ = 0;
     std::vector<std::thread::id> threads_;
     sptr<IRemoteObject> died_;
 };

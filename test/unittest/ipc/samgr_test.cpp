@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "host_ipc.h"
-#include "host_ipc_proxy.h"
 #include "host_samgr.h"
 #include "ipc_test_support.h"
 #include "iservice_registry.h"
@@ -21,124 +20,92 @@ protected:
     {
         HostSamgr::Reset();
     }
-
     static sptr<ISystemAbilityManager> Manager()
     {
         return SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
     }
+    // Registers a service that answers `answer`.
+    static sptr<IRemoteObject> Add(int32_t answer, int32_t id = SERVICE_ID)
+    {
+        sptr<IRemoteObject> service =
+            new ScriptedStub([answer](uint32_t, MessageParcel &, MessageParcel &reply, auto &) {
+                reply.WriteInt32(answer);
+                return 0;
+            });
+        EXPECT_EQ(Manager()->AddSystemAbility(id, service), ERR_OK);
+        return service;
+    }
+    // What the ability registered under `id` answers, -1 when there is none.
+    static int32_t Ask(int32_t id = SERVICE_ID)
+    {
+        sptr<IRemoteObject> remote = Manager()->GetSystemAbility(id);
+        MessageParcel data;
+        MessageParcel reply;
+        return remote != nullptr && Send(remote, data, reply) == 0 ? reply.ReadInt32() : -1;
+    }
 };
-
-sptr<IRemoteObject> NewService(int32_t answer)
-{
-    return new ScriptedStub([answer](uint32_t, MessageParcel &, MessageParcel &reply, MessageOption &) {
-        reply.WriteInt32(answer);
-        return 0;
-    });
-}
-
-int32_t Ask(const sptr<IRemoteObject> &remote)
-{
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    return remote->SendRequest(1, data, reply, option) == 0 ? reply.ReadInt32() : -1;
-}
 } // namespace
 
-TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxy)
+TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyAndLookupsAreCounted)
 {
-    sptr<IRemoteObject> service = NewService(31);
-    ASSERT_NE(Manager(), nullptr);
-    EXPECT_EQ(Manager()->AddSystemAbility(SERVICE_ID, service), ERR_OK);
+    EXPECT_EQ(Ask(), -1);
+    sptr<IRemoteObject> service = Add(31);
     sptr<IRemoteObject> found = Manager()->GetSystemAbility(SERVICE_ID);
     ASSERT_NE(found, nullptr);
     EXPECT_TRUE(found->IsProxyObject());
-    EXPECT_NE(found, service);
-    EXPECT_EQ(found, HostIpc::GetProxy(service));
+    EXPECT_EQ(found, ProxyOf(service));
     EXPECT_EQ(Manager()->CheckSystemAbility(SERVICE_ID), found);
     EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID, ""), found);
-    EXPECT_EQ(Ask(found), 31);
+    EXPECT_EQ(Ask(), 31);
+    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 5u);
+    Add(32); // a later registration replaces the earlier one
+    EXPECT_EQ(Ask(), 32);
+    HostSamgr::Reset();
+    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 0u);
+    EXPECT_EQ(Ask(), -1);
 }
 
-TEST_F(SamgrTest, UnknownIdGivesNothingAndBadIdsAreRefused)
+TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedAndRemovalWorksOnce)
 {
-    EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID), nullptr);
-    EXPECT_EQ(Manager()->CheckSystemAbility(SERVICE_ID), nullptr);
-    sptr<IRemoteObject> service = NewService(1);
-    EXPECT_NE(Manager()->AddSystemAbility(-1, service), ERR_OK);
-    EXPECT_NE(Manager()->AddSystemAbility(0x01000000, service), ERR_OK);
+    sptr<IRemoteObject> service = new ScriptedStub();
+    for (int32_t bad : {-1, 0x01000000}) {
+        EXPECT_NE(Manager()->AddSystemAbility(bad, service), ERR_OK) << bad;
+    }
     EXPECT_NE(Manager()->AddSystemAbility(SERVICE_ID, nullptr), ERR_OK);
-    EXPECT_EQ(Manager()->AddSystemAbility(0x00ffffff, service), ERR_OK);
-    EXPECT_EQ(Manager()->AddSystemAbility(0, service), ERR_OK);
-    EXPECT_EQ(Manager()->GetSystemAbility(-1), nullptr);
-    EXPECT_NE(Manager()->GetSystemAbility(0x00ffffff), nullptr);
+    Add(1, 0x00ffffff);
+    Add(2, 0);
+    EXPECT_EQ(Ask(0x00ffffff), 1);
+    EXPECT_EQ(Ask(0), 2);
+    EXPECT_EQ(Manager()->RemoveSystemAbility(0), ERR_OK);
+    EXPECT_EQ(Ask(0), -1);
+    EXPECT_NE(Manager()->RemoveSystemAbility(0), ERR_OK);
 }
 
-TEST_F(SamgrTest, RemovedAbilityIsGone)
+TEST_F(SamgrTest, UnavailableOrDroppedManagerKeepsItsRegistrations)
 {
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, NewService(1)), ERR_OK);
-    EXPECT_EQ(Manager()->RemoveSystemAbility(SERVICE_ID), ERR_OK);
-    EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID), nullptr);
-    EXPECT_NE(Manager()->RemoveSystemAbility(SERVICE_ID), ERR_OK);
-}
-
-TEST_F(SamgrTest, LaterRegistrationReplacesTheEarlierOne)
-{
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, NewService(1)), ERR_OK);
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, NewService(2)), ERR_OK);
-    EXPECT_EQ(Ask(Manager()->GetSystemAbility(SERVICE_ID)), 2);
-}
-
-TEST_F(SamgrTest, UnavailableManagerIsEmptyUntilSwitchedBack)
-{
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, NewService(1)), ERR_OK);
+    Add(4);
     HostSamgr::SetManagerAvailable(false);
     EXPECT_EQ(Manager(), nullptr);
     HostSamgr::SetManagerAvailable(true);
-    ASSERT_NE(Manager(), nullptr);
-    EXPECT_NE(Manager()->GetSystemAbility(SERVICE_ID), nullptr) << "registrations survive an outage";
+    EXPECT_EQ(Ask(), 4);
+    SystemAbilityManagerClient::GetInstance().DestroySystemAbilityManagerObject();
+    EXPECT_EQ(Ask(), 4);
     HostSamgr::SetManagerAvailable(false);
     HostSamgr::Reset();
-    EXPECT_NE(Manager(), nullptr);
+    EXPECT_NE(Manager(), nullptr) << "a reset makes the manager available again";
 }
 
-TEST_F(SamgrTest, ManagerObjectCanBeDroppedAndReachedAgain)
+TEST_F(SamgrTest, KilledAbilityIsDroppedUntilItRegistersAgain)
 {
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, NewService(4)), ERR_OK);
-    SystemAbilityManagerClient::GetInstance().DestroySystemAbilityManagerObject();
-    ASSERT_NE(Manager(), nullptr);
-    EXPECT_EQ(Ask(Manager()->GetSystemAbility(SERVICE_ID)), 4);
-}
-
-TEST_F(SamgrTest, KilledAbilityIsDropped)
-{
-    sptr<IRemoteObject> service = NewService(1);
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, service), ERR_OK);
+    sptr<IRemoteObject> service = Add(1);
     sptr<IRemoteObject> before = Manager()->GetSystemAbility(SERVICE_ID);
     HostIpc::KillObject(service);
     EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID), nullptr);
     EXPECT_EQ(Manager()->CheckSystemAbility(SERVICE_ID), nullptr);
     EXPECT_TRUE(before->IsObjectDead());
-
-    sptr<IRemoteObject> restarted = NewService(2);
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, restarted), ERR_OK);
-    sptr<IRemoteObject> after = Manager()->GetSystemAbility(SERVICE_ID);
-    ASSERT_NE(after, nullptr);
-    EXPECT_NE(after, before);
-    EXPECT_EQ(Ask(after), 2);
-}
-
-TEST_F(SamgrTest, LookupsAreCountedUntilReset)
-{
-    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 0u);
-    ASSERT_EQ(Manager()->AddSystemAbility(SERVICE_ID, NewService(1)), ERR_OK);
-    Manager()->GetSystemAbility(SERVICE_ID);
-    Manager()->GetSystemAbility(SERVICE_ID + 1);
-    Manager()->CheckSystemAbility(SERVICE_ID);
-    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 3u);
-    HostSamgr::Reset();
-    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 0u);
-    EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID), nullptr);
+    Add(2);
+    EXPECT_NE(Manager()->GetSystemAbility(SERVICE_ID), before);
+    EXPECT_EQ(Ask(), 2);
 }
 
 TEST_F(SamgrTest, ManagerDescriptorAndDefaultExtraProperties)

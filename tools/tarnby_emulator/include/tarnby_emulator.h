@@ -14,13 +14,19 @@
 //     ASSERT_TRUE(emulator.Start());
 //     ... use the client library as on a device ...
 //     EXPECT_TRUE(emulator.WaitForEvent("session.data", std::chrono::seconds(1)));
+//
+// A test that needs the service to answer oddly (not at all, late, with a given code) sets a request hook; one that
+// looks at single requests and callbacks uses the decoder and the callback writers of tarnby_wire.h.
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "iremote_object.h"
+#include "tarnby_wire.h"
 
 namespace OHOS::TarnbyEmulator {
 inline constexpr int32_t TARNBY_SERVICE_ID = 70633;
@@ -66,6 +72,18 @@ struct EmulatorEvent {
     std::string payload; // the bytes of a data or event message, as they travelled
 };
 
+// What the service object does with a request instead of its usual handling: `status` goes back to the IPC layer
+// (a non-zero status carries no reply data on a device), `values` are written into the reply as int32s.
+struct ScriptedReply {
+    int status = 0;
+    std::vector<int32_t> values;
+};
+// Sees every request with a right token, decoded, on the IPC thread that carries it, before the emulator acts.
+// Returns a reply to answer in the emulator's place (the emulator then does nothing else: a start is not answered
+// through its inner callback unless the hook does it, now or later, with WriteStartAnswer and SendCallback), or
+// nullopt to let the emulator handle the request as usual.
+using RequestHook = std::function<std::optional<ScriptedReply>(const DecodedRequest &request)>;
+
 class EmulatorCore;
 
 // Owns the service object and all of the emulated service's state. Every member may be called from any thread,
@@ -107,6 +125,7 @@ public:
     TransferState AudioState(int32_t connId) const;
     TransferState SurfaceState(int32_t connId) const;
 
+    // The latest events (at most 10,000), oldest first.
     std::vector<EmulatorEvent> Events() const;
     // Events of one kind, in order.
     std::vector<EmulatorEvent> EventsOfKind(const std::string &kind) const;
@@ -115,6 +134,13 @@ public:
     bool WaitForEvent(const std::string &kind, std::chrono::milliseconds timeout, EmulatorEvent *found = nullptr) const;
     // Waits until `count` events of `kind` have been logged in all.
     bool WaitForEvents(const std::string &kind, size_t count, std::chrono::milliseconds timeout) const;
+
+    // Replaces the request hook; an empty one restores the usual handling.
+    void SetRequestHook(RequestHook hook);
+    // The latest requests the service object received (at most 64), oldest first, as DecodeRequest read them.
+    std::vector<DecodedRequest> Requests() const;
+    // Waits until `count` requests have arrived since the emulator was made.
+    bool WaitForRequests(size_t count, std::chrono::milliseconds timeout) const;
 
 private:
     std::unique_ptr<EmulatorCore> core_;

@@ -131,4 +131,19 @@ bool Emulator::WaitForEvents(const std::string &kind, size_t count, std::chrono:
 {
     return core_->WaitForEvents(kind, count, timeout, nullptr);
 }
+
+void Emulator::SetRequestHook(RequestHook hook)
+{
+    core_->SetRequestHook(std::move(hook));
+}
+
+std::vector<DecodedRequest> Emulator::Requests() const
+{
+    return core_->Requests();
+}
+
+bool Emulator::WaitForRequests(size_t count, std::chrono::milliseconds timeout) const
+{
+    return core_->WaitForRequests(count, timeout);
+}
 } // namespace OHOS::TarnbyEmulator

@@ -5,36 +5,23 @@
 #include "emulator_log.h"
 #include "host_ipc.h"
 #include "if_system_ability_manager.h"
+#include "ipc_skeleton.h"
 #include "iservice_registry.h"
 #include "protocol.h"
 #include "string_ex.h"
 
 namespace OHOS::TarnbyEmulator {
 namespace {
-// The log keeps the latest events only, so a long-running user cannot grow it without bound.
+// The logs keep the latest entries only, so a long-running user cannot grow them without bound. Requests are kept
+// fewer: one may hold a 4 MiB payload.
 constexpr size_t EVENT_LOG_LIMIT = 10000;
+constexpr size_t REQUEST_LOG_LIMIT = 64;
 
-// The five service-code fields in front of every request body.
-struct ServiceCode {
-    uint32_t serviceType = 0;
-    uint32_t subServiceType = 0;
-    uint32_t operateCode = 0;
-    uint32_t subOperateCode = 0;
-    uint32_t command = 0;
-};
-
-bool ReadServiceCode(RequestReader &reader, ServiceCode &code)
+std::string Describe(const DecodedRequest &request)
 {
-    return reader.Uint32(code.serviceType, "serviceType") && reader.Uint32(code.subServiceType, "subServiceType") &&
-           reader.Uint32(code.operateCode, "operateCode") && reader.Uint32(code.subOperateCode, "subOperateCode") &&
-           reader.Uint32(code.command, "command");
-}
-
-std::string Describe(uint32_t requestCode, const ServiceCode &code)
-{
-    return "request " + std::to_string(requestCode) + " (" + std::to_string(code.serviceType) + "/" +
-           std::to_string(code.subServiceType) + "/" + std::to_string(code.operateCode) + "/" +
-           std::to_string(code.subOperateCode) + "/" + std::to_string(code.command) + ")";
+    return "request " + std::to_string(request.code) + " (" + std::to_string(request.serviceType) + "/" +
+           std::to_string(request.subServiceType) + "/" + std::to_string(request.operateCode) + "/" +
+           std::to_string(request.subOperateCode) + "/" + std::to_string(request.command) + ")";
 }
 } // namespace
 
@@ -44,38 +31,38 @@ std::string ResultText(int32_t result)
     return name != nullptr ? std::string(name) : std::to_string(result);
 }
 
-// Every operation the service offers; the qualifiers operateCode, subOperateCode and command are always 0.
+// The handler of every operation the service offers (their layouts are DecodeRequest's).
 const EmulatorCore::Operation EmulatorCore::OPERATIONS[] = {
-    {COLLABORATION_EVENT, COLLABORATION, 7, "StartCollaboration", &EmulatorCore::HandleStartCollaboration},
-    {COLLABORATION_EVENT, COLLABORATION, 8, "StopCollaboration", &EmulatorCore::HandleStopCollaboration},
-    {COLLABORATION_EVENT, COLLABORATION, 13, "SendCollaborationData", &EmulatorCore::HandleSendData},
-    {COLLABORATION_EVENT, COLLABORATION, 23, "RegisterCollaborationCallback", &EmulatorCore::HandleRegister},
-    {COLLABORATION_EVENT, COLLABORATION, 24, "UnRegisterCollaborationCallback", &EmulatorCore::HandleUnregister},
-    {COLLABORATION_EVENT, COLLABORATION, 25, "StartCollaboration", &EmulatorCore::HandleStartBetweenTargets},
-    {COLLABORATION_EVENT, AUDIO_TRANSFER, 15, "StartAudioTransfer", &EmulatorCore::HandleAudioStart},
-    {COLLABORATION_EVENT, AUDIO_TRANSFER, 16, "StopAudioTransfer", &EmulatorCore::HandleAudioStop},
-    {COLLABORATION_EVENT, AUDIO_TRANSFER, 27, "InitAudioTransfer", &EmulatorCore::HandleAudioInit},
-    {COLLABORATION_EVENT, AUDIO_TRANSFER, 28, "DeInitAudioTransfer", &EmulatorCore::HandleAudioDeInit},
-    {SURFACE_TRANSFER_EVENT, SURFACE_TRANSFER, 17, "InitSurfaceTransfer", &EmulatorCore::HandleSurfaceInit},
-    {SURFACE_TRANSFER_EVENT, SURFACE_TRANSFER, 18, "DeInitSurfaceTransfer", &EmulatorCore::HandleSurfaceDeInit},
-    {SURFACE_TRANSFER_EVENT, SURFACE_TRANSFER, 19, "StartSurfaceTransfer", &EmulatorCore::HandleSurfaceStart},
-    {SURFACE_TRANSFER_EVENT, SURFACE_TRANSFER, 20, "StopSurfaceTransfer", &EmulatorCore::HandleSurfaceStop},
-    {SURFACE_TRANSFER_EVENT, SURFACE_TRANSFER, 21, "CastOperation", &EmulatorCore::HandleCastOperation},
-    {SURFACE_TRANSFER_EVENT, SURFACE_TRANSFER, 22, "SetScreenParam", &EmulatorCore::HandleScreenParam},
-    {SURFACE_TRANSFER_EVENT, SURFACE_TRANSFER, 29, "SetVirtualDisplayParam", &EmulatorCore::HandleVirtualDisplayParam},
+    {COLLABORATION, 7, &EmulatorCore::HandleStartCollaboration},
+    {COLLABORATION, 8, &EmulatorCore::HandleStopCollaboration},
+    {COLLABORATION, 13, &EmulatorCore::HandleSendData},
+    {COLLABORATION, 23, &EmulatorCore::HandleRegister},
+    {COLLABORATION, 24, &EmulatorCore::HandleUnregister},
+    {COLLABORATION, 25, &EmulatorCore::HandleStartBetweenTargets},
+    {AUDIO_TRANSFER, 15, &EmulatorCore::HandleAudioStart},
+    {AUDIO_TRANSFER, 16, &EmulatorCore::HandleAudioStop},
+    {AUDIO_TRANSFER, 27, &EmulatorCore::HandleAudioInit},
+    {AUDIO_TRANSFER, 28, &EmulatorCore::HandleAudioDeInit},
+    {SURFACE_TRANSFER, 17, &EmulatorCore::HandleSurfaceInit},
+    {SURFACE_TRANSFER, 18, &EmulatorCore::HandleSurfaceDeInit},
+    {SURFACE_TRANSFER, 19, &EmulatorCore::HandleSurfaceStart},
+    {SURFACE_TRANSFER, 20, &EmulatorCore::HandleSurfaceStop},
+    {SURFACE_TRANSFER, 21, &EmulatorCore::HandleCastOperation},
+    {SURFACE_TRANSFER, 22, &EmulatorCore::HandleScreenParam},
+    {SURFACE_TRANSFER, 29, &EmulatorCore::HandleVirtualDisplayParam},
 };
+
+EmulatorCore::EmulatorCore() : events_(EVENT_LOG_LIMIT), requests_(REQUEST_LOG_LIMIT) {}
 
 EmulatorCore::~EmulatorCore()
 {
     Stop();
 }
 
-const EmulatorCore::Operation *EmulatorCore::FindOperation(uint32_t requestCode, uint32_t serviceType,
-                                                           uint32_t subServiceType)
+const EmulatorCore::Operation *EmulatorCore::FindOperation(uint32_t serviceType, uint32_t subServiceType)
 {
     for (const Operation &operation : OPERATIONS) {
-        if (operation.requestCode == requestCode && operation.serviceType == serviceType &&
-            operation.subServiceType == subServiceType) {
+        if (operation.serviceType == serviceType && operation.subServiceType == subServiceType) {
             return &operation;
         }
     }
@@ -84,33 +71,79 @@ const EmulatorCore::Operation *EmulatorCore::FindOperation(uint32_t requestCode,
 
 int EmulatorCore::HandleRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
 {
+    DecodedRequest request = DecodeRequest(code, data);
+    request.flags = option.GetFlags();
+    request.waitTime = option.GetWaitTime();
+    request.callingPid = IPCSkeleton::GetCallingPid();
+    request.callingUid = IPCSkeleton::GetCallingUid();
+    Remember(request);
     // Every stub checks the token before anything else; a foreign request gets no reply data, only the status.
-    std::u16string token = data.ReadInterfaceToken();
-    if (token != SERVICE_TOKEN) {
-        return Refuse(EMU_ERR_WRONG_TOKEN,
-                      "wrong interface token \"" + Str16ToStr8(token) + "\" on request " + std::to_string(code));
+    if (!request.TokenOk()) {
+        return Refuse(EMU_ERR_WRONG_TOKEN, "wrong interface token \"" + Str16ToStr8(request.token) + "\" on request " +
+                                               std::to_string(code));
     }
-    RequestReader reader(data);
-    ServiceCode serviceCode;
-    Reply answer;
-    const Operation *operation = nullptr;
-    if (!ReadServiceCode(reader, serviceCode)) {
-        Refuse(EMU_ERR_MALFORMED, "request " + std::to_string(code) + ": " + reader.Problem());
-        answer = Malformed();
-    } else if (serviceCode.operateCode != 0 || serviceCode.subOperateCode != 0 || serviceCode.command != 0 ||
-               (operation = FindOperation(code, serviceCode.serviceType, serviceCode.subServiceType)) == nullptr) {
-        Refuse(EMU_ERR_UNKNOWN_OPERATION, Describe(code, serviceCode) + " names no operation");
-        answer = {EMU_ERR_UNKNOWN_OPERATION};
-    } else {
-        answer = (this->*operation->handler)(reader);
-        if (!reader.Ok()) {
-            Refuse(EMU_ERR_MALFORMED, std::string(operation->name) + ": " + reader.Problem());
+    std::shared_ptr<const RequestHook> hook;
+    {
+        std::lock_guard<std::mutex> lock(eventsMutex_);
+        hook = hook_;
+    }
+    std::optional<ScriptedReply> scripted = hook != nullptr ? (*hook)(request) : std::nullopt;
+    if (scripted.has_value()) {
+        for (int32_t value : scripted->values) {
+            reply.WriteInt32(value);
         }
+        return scripted->status;
     }
-    for (int32_t value : answer) {
+    for (int32_t value : Answer(request)) {
         reply.WriteInt32(value);
     }
     return EMU_OK;
+}
+
+EmulatorCore::Reply EmulatorCore::Answer(const DecodedRequest &request)
+{
+    if (request.operation.empty() && !request.problem.empty()) {
+        Refuse(EMU_ERR_MALFORMED, "request " + std::to_string(request.code) + ": " + request.problem);
+        return Malformed();
+    }
+    const Operation *operation = FindOperation(request.serviceType, request.subServiceType);
+    if (request.operation.empty() || operation == nullptr) {
+        Refuse(EMU_ERR_UNKNOWN_OPERATION, Describe(request) + " names no operation");
+        return {EMU_ERR_UNKNOWN_OPERATION};
+    }
+    RequestReader reader(request);
+    Reply answer = (this->*operation->handler)(reader);
+    if (!reader.Ok()) {
+        Refuse(EMU_ERR_MALFORMED, request.operation + ": " + reader.Problem());
+    }
+    return answer;
+}
+
+void EmulatorCore::Remember(const DecodedRequest &request)
+{
+    std::lock_guard<std::mutex> lock(eventsMutex_);
+    requests_.Push(request);
+    ++requestCount_;
+    eventAdded_.notify_all();
+}
+
+void EmulatorCore::SetRequestHook(RequestHook hook)
+{
+    auto shared = hook ? std::make_shared<const RequestHook>(std::move(hook)) : nullptr;
+    std::lock_guard<std::mutex> lock(eventsMutex_);
+    hook_ = std::move(shared);
+}
+
+std::vector<DecodedRequest> EmulatorCore::Requests() const
+{
+    std::lock_guard<std::mutex> lock(eventsMutex_);
+    return requests_.Items();
+}
+
+bool EmulatorCore::WaitForRequests(size_t count, std::chrono::milliseconds timeout) const
+{
+    std::unique_lock<std::mutex> lock(eventsMutex_);
+    return eventAdded_.wait_for(lock, timeout, [this, count] { return requestCount_ >= count; });
 }
 
 int EmulatorCore::Refuse(int32_t result, const std::string &why)
@@ -261,38 +294,45 @@ void EmulatorCore::Record(const std::string &kind, int32_t id, int32_t result, c
 {
     EMU_LOG_AT(LOG_INFO, kind.c_str(), "%{public}s", text.c_str());
     std::lock_guard<std::mutex> lock(eventsMutex_);
-    if (events_.size() >= EVENT_LOG_LIMIT) {
-        events_.erase(events_.begin());
-    }
-    events_.push_back(EmulatorEvent{nextSequence_++, kind, id, result, text, payload});
+    events_.Push(EmulatorEvent{nextSequence_++, kind, id, result, text, payload});
     eventAdded_.notify_all();
 }
 
 std::vector<EmulatorEvent> EmulatorCore::Events() const
 {
     std::lock_guard<std::mutex> lock(eventsMutex_);
-    return events_;
+    return events_.Items();
 }
 
 std::vector<EmulatorEvent> EmulatorCore::EventsOfKind(const std::string &kind) const
 {
     std::lock_guard<std::mutex> lock(eventsMutex_);
+    return EventsOfKindLocked(kind);
+}
+
+std::vector<EmulatorEvent> EmulatorCore::EventsOfKindLocked(const std::string &kind) const
+{
     std::vector<EmulatorEvent> found;
-    std::copy_if(events_.begin(), events_.end(), std::back_inserter(found),
-                 [&kind](const EmulatorEvent &event) { return event.kind == kind; });
+    events_.ForEach([&kind, &found](const EmulatorEvent &event) {
+        if (event.kind == kind) {
+            found.push_back(event);
+        }
+    });
     return found;
 }
 
 bool EmulatorCore::WaitForEvents(const std::string &kind, size_t count, std::chrono::milliseconds timeout,
                                  EmulatorEvent *first) const
 {
-    auto matches = [&kind](const EmulatorEvent &event) { return event.kind == kind; };
+    std::vector<EmulatorEvent> found;
+    auto enough = [this, &kind, &found, count] {
+        found = EventsOfKindLocked(kind);
+        return found.size() >= count;
+    };
     std::unique_lock<std::mutex> lock(eventsMutex_);
-    bool seen = eventAdded_.wait_for(lock, timeout, [this, &matches, count] {
-        return static_cast<size_t>(std::count_if(events_.begin(), events_.end(), matches)) >= count;
-    });
+    bool seen = eventAdded_.wait_for(lock, timeout, enough);
     if (seen && first != nullptr) {
-        *first = *std::find_if(events_.begin(), events_.end(), matches);
+        *first = found.front();
     }
     return seen;
 }

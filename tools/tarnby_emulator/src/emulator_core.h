@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bounded_log.h"
 #include "callback_sender.h"
 #include "request_reader.h"
 #include "service_stub.h"
@@ -22,7 +23,7 @@ std::string ResultText(int32_t result);
 
 class EmulatorCore : public RequestSink {
 public:
-    EmulatorCore() = default;
+    EmulatorCore();
     ~EmulatorCore() override;
 
     bool Start();
@@ -47,15 +48,17 @@ public:
     bool WaitForEvents(const std::string &kind, size_t count, std::chrono::milliseconds timeout,
                        EmulatorEvent *first) const;
 
+    void SetRequestHook(RequestHook hook);
+    std::vector<DecodedRequest> Requests() const;
+    bool WaitForRequests(size_t count, std::chrono::milliseconds timeout) const;
+
 private:
     // The int32 values of a reply, in order; the first is the status.
     using Reply = std::vector<int32_t>;
     using Handler = Reply (EmulatorCore::*)(RequestReader &reader);
     struct Operation {
-        uint32_t requestCode;
         uint32_t serviceType;
         uint32_t subServiceType;
-        const char *name;
         Handler handler;
     };
 
@@ -88,9 +91,12 @@ private:
         std::map<int32_t, SurfaceConnection> surfaces;
     };
 
-    static const Operation *FindOperation(uint32_t requestCode, uint32_t serviceType, uint32_t subServiceType);
+    static const Operation *FindOperation(uint32_t serviceType, uint32_t subServiceType);
     static const Operation OPERATIONS[];
 
+    // The usual answer to a request whose token is right.
+    Reply Answer(const DecodedRequest &request);
+    void Remember(const DecodedRequest &request);
     int Refuse(int32_t result, const std::string &why);
     Reply Malformed() const;
 
@@ -133,6 +139,7 @@ private:
     int32_t KnownSurface(int32_t connId) const;
 
     int32_t NewIdLocked();
+    std::vector<EmulatorEvent> EventsOfKindLocked(const std::string &kind) const;
     void Record(const std::string &kind, int32_t id, int32_t result, const std::string &text,
                 const std::string &payload = std::string());
     // Takes the current service object out of the emulator (it still serves until detached).
@@ -149,10 +156,13 @@ private:
     int32_t nextId_ = 1;
     ServiceState state_;
 
-    mutable std::mutex eventsMutex_;
+    mutable std::mutex eventsMutex_; // guards the members below it
     mutable std::condition_variable eventAdded_;
-    std::vector<EmulatorEvent> events_;
+    BoundedLog<EmulatorEvent> events_;
     uint64_t nextSequence_ = 1;
+    BoundedLog<DecodedRequest> requests_;
+    uint64_t requestCount_ = 0;
+    std::shared_ptr<const RequestHook> hook_;
 
     TaskThread worker_;
 };

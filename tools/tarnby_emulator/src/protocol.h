@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
+#include "tarnby_wire.h"
+
 namespace OHOS::TarnbyEmulator {
-inline const std::u16string SERVICE_TOKEN = u"ohos.ITarnby.ITarnbyService";
-inline const std::u16string CALLBACK_TOKEN = u"ohos.ITarnby.ITarnbyCallback";
 
 // Request codes of the client's requests.
 inline constexpr uint32_t COLLABORATION_EVENT = 101;

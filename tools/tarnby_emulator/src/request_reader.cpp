@@ -49,46 +49,50 @@ bool RequestReader::Check(bool condition, const char *problem)
     return (Ok() && condition) || Fail(problem);
 }
 
+template <typename T>
+const T *RequestReader::Next()
+{
+    if (!Ok() || next_ >= request_.fields.size()) {
+        return nullptr;
+    }
+    const T *value = std::get_if<T>(&request_.fields[next_].value);
+    next_ += value != nullptr ? 1 : 0;
+    return value;
+}
+
+template <typename T>
+static bool Take(const T *found, T &value)
+{
+    if (found != nullptr) {
+        value = *found;
+    }
+    return found != nullptr;
+}
+
 bool RequestReader::Int32(int32_t &value, const char *field)
 {
-    return (Ok() && data_.ReadInt32(value)) || Missing(field);
+    return Take(Next<int32_t>(), value) || Missing(field);
 }
 
 bool RequestReader::Uint32(uint32_t &value, const char *field)
 {
-    return (Ok() && data_.ReadUint32(value)) || Missing(field);
+    return Take(Next<uint32_t>(), value) || Missing(field);
 }
 
 bool RequestReader::String(std::string &value, const char *field)
 {
-    return (Ok() && data_.ReadString(value)) || Missing(field);
+    return Take(Next<std::string>(), value) || Missing(field);
 }
 
 bool RequestReader::Bytes(uint32_t length, std::vector<uint8_t> &bytes, const char *field)
 {
-    if (!Ok()) {
-        return false;
-    }
-    if (length == 0) {
-        bytes.clear();
-        return true;
-    }
-    // The parcel refuses a length beyond what it holds, so a forged length cannot size an allocation.
-    const uint8_t *raw = data_.ReadUnpadBuffer(length);
-    if (raw == nullptr) {
-        return Missing(field);
-    }
-    bytes.assign(raw, raw + length);
-    return true;
+    const std::vector<uint8_t> *found = Next<std::vector<uint8_t>>();
+    return (found != nullptr && found->size() == length && Take(found, bytes)) || Missing(field);
 }
 
 bool RequestReader::RemoteObject(sptr<IRemoteObject> &object, const char *field)
 {
-    if (!Ok()) {
-        return false;
-    }
-    object = data_.ReadRemoteObject();
-    return object != nullptr || Missing(field);
+    return Take(Next<sptr<IRemoteObject>>(), object) || Missing(field);
 }
 
 bool RequestReader::Target(TargetRecord &target, const char *field)
@@ -111,7 +115,7 @@ bool RequestReader::RemoteDevice(RemoteDeviceRecord &device, const char *field)
 
 bool RequestReader::HasMore() const
 {
-    return data_.GetReadableBytes() > 0;
+    return next_ < request_.fields.size();
 }
 
 } // namespace OHOS::TarnbyEmulator

@@ -1,14 +1,14 @@
 #ifndef TARNBY_EMULATOR_REQUEST_READER_H
 #define TARNBY_EMULATOR_REQUEST_READER_H
 
-// The service's own reader of request bodies: field by field, in the order the client writes them, remembering the
-// first field that was missing so that a truncated request is refused with a precise log line.
+// How a handler takes the fields of a decoded request (see DecodeRequest): in wire order, each under the handler's
+// own name, remembering the first field that was missing so that a truncated request is refused with a precise line.
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "iremote_object.h"
-#include "message_parcel.h"
+#include "tarnby_wire.h"
 
 namespace OHOS::TarnbyEmulator {
 // A collaboration target as it crosses the wire (the account id does not travel).
@@ -39,7 +39,7 @@ struct RemoteDeviceRecord {
 
 class RequestReader {
 public:
-    explicit RequestReader(MessageParcel &data) : data_(data) {}
+    explicit RequestReader(const DecodedRequest &request) : request_(request) {}
 
     // Each read returns false once any field is missing; the first missing field's name is kept.
     bool Int32(int32_t &value, const char *field);
@@ -55,7 +55,7 @@ public:
     // Refuses the request with `problem` (e.g. "dataLen out of range") unless `condition` holds.
     bool Check(bool condition, const char *problem);
 
-    // Whether bytes are left after what was read, e.g. an optional trailing field.
+    // Whether fields are left after what was taken, e.g. an optional trailing field.
     bool HasMore() const;
     bool Ok() const
     {
@@ -71,8 +71,12 @@ public:
 private:
     bool Fail(const std::string &problem);
     bool Missing(const char *field);
+    // The next field when it holds a T; null (and the field left) otherwise.
+    template <typename T>
+    const T *Next();
 
-    MessageParcel &data_;
+    const DecodedRequest &request_;
+    size_t next_ = 0;
     std::string problem_;
 };
 } // namespace OHOS::TarnbyEmulator

@@ -16,14 +16,13 @@ thread_local std::vector<const ServiceStub *> g_servingStubs;
 
 ServiceStub::ServiceStub(RequestSink *sink) : IPCObjectStub(SERVICE_TOKEN), sink_(sink) {}
 
-bool ServiceStub::Enter()
+RequestSink *ServiceStub::Enter()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (sink_ == nullptr) {
-        return false;
+    if (sink_ != nullptr) {
+        ++active_;
     }
-    ++active_;
-    return true;
+    return sink_;
 }
 
 void ServiceStub::Leave()
@@ -35,12 +34,13 @@ void ServiceStub::Leave()
 
 int ServiceStub::OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
 {
-    if (!Enter()) {
+    RequestSink *sink = Enter();
+    if (sink == nullptr) {
         EMU_LOGE("request code %{public}u refused: the service was stopped", code);
         return EMU_ERR_STOPPED;
     }
     g_servingStubs.push_back(this);
-    int result = sink_->HandleRequest(code, data, reply, option);
+    int result = sink->HandleRequest(code, data, reply, option);
     g_servingStubs.pop_back();
     Leave();
     return result;

@@ -27,7 +27,8 @@ public:
     void Detach();
 
 private:
-    bool Enter();
+    // The sink, read under the lock that Detach() takes, with the request counted; null once detached.
+    RequestSink *Enter();
     void Leave();
 
     std::mutex mutex_;

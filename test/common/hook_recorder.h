@@ -1,0 +1,141 @@
+#ifndef TARNBY_TEST_HOOK_RECORDER_H
+#define TARNBY_TEST_HOOK_RECORDER_H
+
+// A callback object that records every hook call as text ("Stop(b, a, c, 4)"), so that a test states the expected
+// calls, arguments in position, in one line; and a way to hand it a parcel the way the IPC framework would.
+#include <functional>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "callback_skeleton.h"
+#include "tarnby_wire.h"
+
+namespace OHOS::TarnbyTest {
+// A short fingerprint of a byte block, to compare large blocks in one line.
+inline std::string Fingerprint(const char *bytes, size_t size)
+{
+    if (bytes == nullptr) {
+        return "null";
+    }
+    uint32_t hash = 2166136261u;
+    for (size_t i = 0; i < size; ++i) {
+        hash = (hash ^ static_cast<uint8_t>(bytes[i])) * 16777619u;
+    }
+    return size <= 12 ? std::string(bytes, size) : "#" + std::to_string(hash);
+}
+
+class HookRecorder : public Tarnby::CallbackSkeleton {
+public:
+    explicit HookRecorder(int32_t answer = 42) : answer_(answer) {}
+
+    std::vector<std::string> Calls() const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return calls_;
+    }
+    // Calls OnRemoteRequest as the IPC framework would: the callback token, then what `body` writes.
+    int32_t Deliver(uint32_t code, const std::function<void(MessageParcel &)> &body, MessageParcel &reply)
+    {
+        MessageParcel data;
+        data.SetMaxCapacity(0x10000000);
+        TarnbyEmulator::WriteCallbackToken(data);
+        body(data);
+        MessageOption option;
+        return OnRemoteRequest(code, data, reply, option);
+    }
+
+    int32_t OnDataCallback(uint32_t code, uint32_t second, uint32_t dataLen, std::unique_ptr<char[]> data) override
+    {
+        return Record("OnDataCallback(", code, ", ", second, ", ", dataLen, ", ", Fingerprint(data.get(), dataLen),
+                      ")");
+    }
+    int32_t OnEvent(uint32_t code, uint32_t eventId, std::string &extra) override
+    {
+        return Record("OnEvent(", code, ", ", eventId, ", ", extra, ")");
+    }
+    void OnDataReceiverReady(int32_t channel) override
+    {
+        Record("OnDataReceiverReady(", channel, ")");
+    }
+    void OnDataReceived(int32_t channel, const char *data, uint32_t len) override
+    {
+        Record("OnDataReceived(", channel, ", ", Fingerprint(data, len), ", ", len, ")");
+    }
+    int32_t DisconnectDevice(std::string deviceKey, uint32_t serviceType) override
+    {
+        return Record("DisconnectDevice(", deviceKey, ", ", serviceType, ")");
+    }
+    int32_t StateNotify(int32_t state, std::vector<uint32_t> states,
+                        std::vector<sptr<Tarnby::ServiceStateInfo>> infos) override
+    {
+        std::ostringstream text;
+        text << "StateNotify(" << state << ", [";
+        for (size_t i = 0; i < states.size(); ++i) {
+            text << (i == 0 ? "" : " ") << states[i];
+        }
+        text << "], [";
+        for (size_t i = 0; i < infos.size(); ++i) {
+            text << (i == 0 ? "" : " ") << infos[i]->GetDeviceId() << "/" << infos[i]->GetLinkType() << "/"
+                 << infos[i]->GetConnectState();
+        }
+        return Record(text.str(), "])");
+    }
+    int32_t OnServiceStateChanged(std::string firstString, std::string secondString, std::string extraInfo,
+                                  int32_t firstInt, int32_t secondInt) override
+    {
+        return Record("OnServiceStateChanged(", firstString, ", ", secondString, ", ", extraInfo, ", ", firstInt, ", ",
+                      secondInt, ")");
+    }
+    int32_t OnServiceStateChanged(Tarnby::ServiceStateChangeContext context) override
+    {
+        return Record("Context{", context.secondInt, ", ", context.firstString, ", ", context.secondString, ", ",
+                      context.extraInfo, ", ", context.firstInt, "}");
+    }
+    int32_t OnDisconnected(std::string first, int32_t value) override
+    {
+        return Record("OnDisconnected(", first, ", ", value, ")");
+    }
+    int32_t OnDisconnected(std::string second, std::string third) override
+    {
+        return Record("OnDisconnected(", second, ", ", third, ")");
+    }
+    int32_t ApplyResult(std::string first, std::string second, std::string third, int32_t value,
+                        int32_t resultCode) override
+    {
+        return Record("ApplyResult(", first, ", ", second, ", ", third, ", ", value, ", ", resultCode, ")");
+    }
+    int32_t Stop(std::string first, std::string second, std::string third, int32_t value) override
+    {
+        return Record("Stop(", first, ", ", second, ", ", third, ", ", value, ")");
+    }
+
+private:
+    template <typename... Parts>
+    int32_t Record(const Parts &...parts)
+    {
+        std::ostringstream text;
+        (text << ... << parts);
+        std::lock_guard<std::mutex> lock(mutex_);
+        calls_.push_back(text.str());
+        return answer_;
+    }
+
+    const int32_t answer_;
+    mutable std::mutex mutex_;
+    std::vector<std::string> calls_;
+};
+
+// The reply as the int32 values it holds.
+inline std::vector<int32_t> ReplyValues(MessageParcel &reply)
+{
+    std::vector<int32_t> values;
+    while (reply.GetReadableBytes() >= sizeof(int32_t)) {
+        values.push_back(reply.ReadInt32());
+    }
+    return values;
+}
+} // namespace OHOS::TarnbyTest
+
+#endif // TARNBY_TEST_HOOK_RECORDER_H

@@ -1,0 +1,284 @@
+// Parcel behaviour beyond the recorded rows: vector element widths, the terminator rule, cursors after ParseFrom,
+// counts bounded by what the bytes can hold, binder objects in the data, allocators and the write-fault switch.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "host_parcel.h"
+#include "parcel.h"
+#include "test_parcelable.h"
+
+using namespace OHOS;
+
+namespace {
+
+// Writes `values`, checks the bytes, reads them back from a fresh cursor and checks the cursor ends on the data end.
+template <typename T>
+void ExpectVector(bool (Parcel::*write)(const std::vector<T> &), bool (Parcel::*read)(std::vector<T> *),
+                  const std::vector<T> &values, const std::string &hex)
+{
+    Parcel parcel;
+    ASSERT_TRUE((parcel.*write)(values));
+    EXPECT_EQ(Hex(parcel), hex);
+    std::vector<T> back;
+    EXPECT_TRUE((parcel.*read)(&back));
+    EXPECT_EQ(back, values);
+    EXPECT_EQ(parcel.GetReadPosition(), parcel.GetDataSize());
+}
+
+// A parcel that records binder objects like the IPC layer does.
+class ObjectParcel : public Parcel {
+public:
+    bool WriteObject(uint64_t handle)
+    {
+        parcel_flat_binder_object flat{0x73622a85, 0x17f, static_cast<uintptr_t>(handle), 0};
+        size_t offset = GetWritePosition();
+        return WriteBuffer(&flat, sizeof(flat)) && WriteObjectOffset(offset);
+    }
+};
+
+// Reads a whole flat object as the record's value.
+struct Handle : public RefBase {
+    uint64_t handle = 0;
+    static Handle *Unmarshalling(Parcel &parcel)
+    {
+        const uint8_t *data = parcel.ReadBuffer(sizeof(parcel_flat_binder_object));
+        if (data == nullptr) {
+            return nullptr;
+        }
+        parcel_flat_binder_object flat; // the data is only 4-byte aligned
+        memcpy(&flat, data, sizeof(flat));
+        auto *out = new Handle();
+        out->handle = flat.handle;
+        return out;
+    }
+};
+
+// Journals its calls (a, r, d); leaks of the allocator itself show in the ASan build.
+struct JournalAllocator : public DefaultAllocator {
+    static inline std::string calls;
+    void *Alloc(size_t size) override
+    {
+        calls += "a";
+        return DefaultAllocator::Alloc(size);
+    }
+    void *Realloc(void *data, size_t size) override
+    {
+        calls += "r";
+        return DefaultAllocator::Realloc(data, size);
+    }
+    void Dealloc(void *data) override
+    {
+        calls += "d";
+        DefaultAllocator::Dealloc(data);
+    }
+};
+
+} // namespace
+
+// bool and int16 are widened to words like their scalar writers; int8, uint8 and uint16 are packed and padded once.
+TEST(ParcelVectorTest, EveryElementTypeHasThePlatformWidth)
+{
+    ExpectVector<int16_t>(&Parcel::WriteInt16Vector, &Parcel::ReadInt16Vector, {1, -2, 3},
+                          "0300000001000000feffffff03000000");
+    ExpectVector<bool>(&Parcel::WriteBoolVector, &Parcel::ReadBoolVector, {true, false, true},
+                       "03000000010000000000000001000000");
+    ExpectVector<int8_t>(&Parcel::WriteInt8Vector, &Parcel::ReadInt8Vector, {1, -2, 3}, "0300000001fe0300");
+    ExpectVector<uint8_t>(&Parcel::WriteUInt8Vector, &Parcel::ReadUInt8Vector, {1, 2, 3, 4, 5},
+                          "050000000102030405000000");
+    ExpectVector<uint16_t>(&Parcel::WriteUInt16Vector, &Parcel::ReadUInt16Vector, {1, 0xfffe, 3},
+                           "030000000100feff03000000");
+    ExpectVector<int32_t>(&Parcel::WriteInt32Vector, &Parcel::ReadInt32Vector, {7, -1}, "0200000007000000ffffffff");
+    ExpectVector<uint32_t>(&Parcel::WriteUInt32Vector, &Parcel::ReadUInt32Vector, {}, "00000000");
+    ExpectVector<int64_t>(&Parcel::WriteInt64Vector, &Parcel::ReadInt64Vector, {1, -2},
+                          "020000000100000000000000feffffffffffffff");
+    ExpectVector<uint64_t>(&Parcel::WriteUInt64Vector, &Parcel::ReadUInt64Vector, {0x0102030405060708},
+                           "010000000807060504030201");
+    ExpectVector<float>(&Parcel::WriteFloatVector, &Parcel::ReadFloatVector, {1.0f, -2.0f}, "020000000000803f000000c0");
+    ExpectVector<double>(&Parcel::WriteDoubleVector, &Parcel::ReadDoubleVector, {1.0}, "01000000000000000000f03f");
+    ExpectVector<std::u16string>(&Parcel::WriteString16Vector, &Parcel::ReadString16Vector, {u"ab"},
+                                 "01000000020000006100620000000000");
+}
+
+// A count is refused, consumed and with the vector untouched, unless count elements of their wire size fit.
+TEST(ParcelVectorTest, CountsAreBoundedByTheWireSizeOfTheirElements)
+{
+    auto parcelWith = [](int32_t count, size_t zeroBytes) {
+        auto parcel = std::make_unique<Parcel>();
+        parcel->SetMaxCapacity(1 << 20);
+        parcel->WriteInt32(count);
+        std::vector<uint8_t> zeros(zeroBytes);
+        parcel->WriteBuffer(zeros.data(), zeros.size());
+        return parcel;
+    };
+    std::vector<int16_t> shorts = {9};
+    EXPECT_FALSE(parcelWith(3, 8)->ReadInt16Vector(&shorts)); // fits as 2-byte values, not as 4-byte words
+    EXPECT_TRUE(parcelWith(2, 8)->ReadInt16Vector(&shorts));
+    std::vector<bool> flags = {true};
+    auto boolParcel = parcelWith(3, 8);
+    EXPECT_FALSE(boolParcel->ReadBoolVector(&flags));
+    EXPECT_EQ(flags, std::vector<bool>{true});
+    EXPECT_EQ(boolParcel->GetReadPosition(), 4u);
+    std::vector<double> doubles;
+    EXPECT_FALSE(parcelWith(2, 12)->ReadDoubleVector(&doubles));
+
+    // 100000 bytes of zeros hold 12500 empty strings (length word and NUL word each), not one more.
+    std::vector<std::string> texts;
+    EXPECT_FALSE(parcelWith(12501, 100000)->ReadStringVector(&texts));
+    EXPECT_TRUE(texts.empty());
+    EXPECT_TRUE(parcelWith(12500, 100000)->ReadStringVector(&texts));
+    EXPECT_EQ(texts.size(), 12500u);
+    std::vector<std::u16string> texts16;
+    EXPECT_FALSE(parcelWith(12501, 100000)->ReadString16Vector(&texts16));
+
+    // The last element may lack its pad at the very end of received data.
+    auto *block = static_cast<uint8_t *>(calloc(9, 1));
+    block[0] = 1;
+    Parcel received;
+    ASSERT_TRUE(received.ParseFrom(reinterpret_cast<uintptr_t>(block), 9));
+    EXPECT_TRUE(received.ReadStringVector(&texts));
+    EXPECT_EQ(texts, std::vector<std::string>{""});
+}
+
+// `size` includes the terminator, which overwrites the last typeSize bytes.
+TEST(ParcelWriteTest, BufferWithTerminatorCountsTheTerminatorInItsSize)
+{
+    struct Case {
+        const void *data;
+        size_t size, typeSize;
+        bool ok;
+        const char *hex;
+    } cases[] = {
+        {"abcX", 4, 1, true, "61626300"},         {"abcX", 3, 1, true, "61620000"},         {"abcX", 1, 4, false, ""},
+        {"abcX", 5, 1, true, "6162635800000000"}, {u"abX", 6, 2, true, "6100620000000000"}, {nullptr, 4, 1, false, ""},
+    };
+    for (const Case &c : cases) {
+        Parcel parcel;
+        EXPECT_EQ(parcel.WriteBufferAddTerminator(c.data, c.size, c.typeSize), c.ok) << c.hex;
+        EXPECT_EQ(Hex(parcel), c.hex);
+    }
+}
+
+TEST(ParcelWriteTest, CursorsAfterParseFromAndRewind)
+{
+    auto *block = static_cast<uint8_t *>(malloc(8));
+    memcpy(block, "\x07\0\0\0\x08\0\0\0", 8);
+    Parcel parcel;
+    ASSERT_TRUE(parcel.ParseFrom(reinterpret_cast<uintptr_t>(block), 8));
+    EXPECT_EQ(parcel.GetWritePosition(), 0u);
+    EXPECT_EQ(parcel.GetReadPosition(), 0u);
+    EXPECT_EQ(parcel.GetDataSize(), 8u);
+    EXPECT_EQ(parcel.GetDataCapacity(), 8u);
+    EXPECT_EQ(parcel.GetReadableBytes(), 8u);
+    EXPECT_FALSE(parcel.WriteInt32(1));
+    EXPECT_FALSE(parcel.SetDataCapacity(64));
+    EXPECT_EQ(parcel.ReadInt32(), 7);
+    EXPECT_EQ(parcel.ReadInt32(), 8);
+    parcel.FlushBuffer();
+    EXPECT_TRUE(parcel.WriteInt32(1));
+    EXPECT_TRUE(parcel.WriteInt32(2));
+    EXPECT_FALSE(parcel.RewindWrite(12));
+    ASSERT_TRUE(parcel.RewindWrite(4));
+    EXPECT_TRUE(parcel.WriteInt32(3));
+    EXPECT_EQ(Hex(parcel), "0100000003000000");
+}
+
+TEST(ParcelReadTest, UnalignedBoolIsAnyNonZeroByte)
+{
+    Parcel parcel;
+    for (uint8_t byte : {2, 0, 1, 0xff}) {
+        ASSERT_TRUE(parcel.WriteUint8Unaligned(byte));
+    }
+    EXPECT_TRUE(parcel.ReadBoolUnaligned());
+    EXPECT_FALSE(parcel.ReadBoolUnaligned());
+    EXPECT_TRUE(parcel.ReadBoolUnaligned());
+    EXPECT_TRUE(parcel.ReadBoolUnaligned());
+    EXPECT_FALSE(parcel.ReadBoolUnaligned()); // nothing left
+}
+
+// Reads may take a recorded binder object whole, never a part of it.
+TEST(ParcelReadTest, BinderObjectsAreReadWholeOrNotAtAll)
+{
+    ObjectParcel parcel;
+    ASSERT_TRUE(parcel.WriteInt32(5));
+    ASSERT_TRUE(parcel.WriteObject(0x1234));
+    ASSERT_TRUE(parcel.WriteInt32(6));
+    EXPECT_FALSE(parcel.CheckOffsets());
+    EXPECT_EQ(parcel.ReadObject<Handle>(), nullptr);
+    EXPECT_EQ(parcel.ReadInt32(), 5);
+    EXPECT_TRUE(parcel.CheckOffsets());
+    EXPECT_EQ(parcel.ReadInt32(), 0);                // the object's first word
+    EXPECT_EQ(parcel.ReadBuffer(8), nullptr);        // part of it
+    EXPECT_NE(parcel.ReadBuffer(8, false), nullptr); // unless the caller asks for no check
+    parcel.RewindRead(4);
+    sptr<Handle> object = parcel.ReadObject<Handle>();
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(object->handle, 0x1234u);
+    EXPECT_EQ(parcel.ReadInt32(), 6);
+}
+
+TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocator)
+{
+    JournalAllocator::calls.clear();
+    {
+        Parcel parcel;
+        EXPECT_FALSE(parcel.SetAllocator(nullptr));
+        ASSERT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(2));
+        ASSERT_TRUE(parcel.SetAllocator(new JournalAllocator()));
+        EXPECT_EQ(parcel.GetDataCapacity(), 8u);
+        EXPECT_EQ(Hex(parcel), "0100000002000000");
+        ASSERT_TRUE(parcel.WriteInt32(3)); // grows through the new allocator
+        EXPECT_EQ(parcel.ReadInt32(), 1);
+    }
+    EXPECT_EQ(JournalAllocator::calls, "ard"); // copied into its own block, grown, freed with the parcel
+}
+
+TEST(ParcelWriteTest, WriteFaultFailsExactlyTheNthWriteOnThisThread)
+{
+    Parcel parcel;
+    HostParcel::FailNthWrite(3);
+    EXPECT_TRUE(parcel.WriteInt32(1));
+    EXPECT_TRUE(parcel.WriteInt32(0x100)); // a string's length is write 3, its body write 4
+    EXPECT_FALSE(parcel.WriteString16(u"ab"));
+    std::thread other([] {
+        Parcel elsewhere;
+        EXPECT_TRUE(elsewhere.WriteInt32(9));
+        EXPECT_EQ(HostParcel::WriteCount(), 1u); // counted, never armed here
+    });
+    other.join();
+    EXPECT_TRUE(parcel.WriteString16(u"ab"));
+    EXPECT_EQ(HostParcel::WriteCount(), 5u);
+    EXPECT_EQ(Hex(parcel), "010000000001000002000000610062000000"
+                           "0000");
+
+    HostParcel::FailNthWrite(3); // count, first element, then the second element fails
+    EXPECT_FALSE(parcel.WriteInt32Vector({7, 8, 9}));
+    EXPECT_EQ(parcel.GetDataSize(), 28u);
+    HostParcel::FailNthWrite(2);
+    EXPECT_FALSE(parcel.WriteStrongParcelable(new IntParcelable(4)));
+    HostParcel::FailNthWrite(0);
+    EXPECT_TRUE(parcel.WriteInt64(1));
+    EXPECT_EQ(HostParcel::WriteCount(), 1u);
+}
+
+// Two threads write one shared record; its behaviour flag is updated atomically (the TSan build checks the race).
+TEST(ParcelWriteTest, OneRecordWrittenFromTwoThreads)
+{
+    sptr<Parcelable> record = new IntParcelable(3);
+    auto writeMany = [&record] {
+        Parcel parcel;
+        for (int i = 0; i < 1000; i++) {
+            parcel.RewindWrite(0);
+            EXPECT_TRUE(parcel.WriteStrongParcelable(record));
+        }
+        EXPECT_EQ(Hex(parcel), "0100000003000000");
+    };
+    std::thread first(writeMany);
+    writeMany();
+    first.join();
+    EXPECT_TRUE(record->TestBehavior(Parcelable::HOLD_OBJECT));
+}

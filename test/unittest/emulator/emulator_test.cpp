@@ -1,0 +1,181 @@
+// The service emulator: hand-made requests it refuses, its decoder on a bare parcel, its hook, the bound of its event
+// log, a kill racing requests, and the demo program run as a user runs it (sessions, transfers, death and return,
+// each checked by the demo itself).
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <sys/wait.h>
+
+#include "audio_transfer_ability.h"
+#include "collaboration_ability.h"
+#include "iservice_registry.h"
+#include "service_fixture.h"
+
+namespace OHOS::TarnbyTest {
+namespace {
+using namespace TarnbyEmulator;
+
+Tarnby::CollaborationAbility &Collaboration()
+{
+    return Tarnby::CollaborationAbility::GetInstance();
+}
+
+class EmulatorTest : public ServiceTest {
+protected:
+    // A hand-made request to whatever is registered under the Tarnby id: the int32 at the head of the reply, or the
+    // send status when there is none.
+    int32_t Answer(uint32_t code, const std::function<void(MessageParcel &)> &fill)
+    {
+        auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+        MessageParcel data;
+        MessageParcel reply;
+        MessageOption option;
+        fill(data);
+        int status = manager->GetSystemAbility(TARNBY_SERVICE_ID)->SendRequest(code, data, reply, option);
+        return reply.GetDataSize() == 0 ? status : reply.ReadInt32();
+    }
+    static std::function<void(MessageParcel &)> Envelope(uint32_t serviceType, uint32_t sub,
+                                                         std::function<void(MessageParcel &)> body = nullptr)
+    {
+        return [=](MessageParcel &data) {
+            data.WriteInterfaceToken(SERVICE_TOKEN);
+            WriteServiceCode(data, serviceType, sub);
+            if (body) {
+                body(data);
+            }
+        };
+    }
+};
+
+TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
+{
+    const std::pair<std::function<void(MessageParcel &)>, std::string> truncated[] = {
+        {[](MessageParcel &d) { d.WriteInterfaceToken(SERVICE_TOKEN), d.WriteUint32(103); },
+         "request 101: subServiceType missing"},
+        {Envelope(103, 7, [](MessageParcel &d) { d.WriteInt32(0); }), "StartCollaboration: localId missing"},
+        {Envelope(103, 7, [](MessageParcel &d) { d.WriteInt32(0), d.WriteInt32(1), d.WriteInt32(0); }),
+         "StartCollaboration: target absent"},
+        {Envelope(103, 13, [](MessageParcel &d) { d.WriteInt32(1), d.WriteUint32(4000000), d.WriteInt32(0); }),
+         "SendCollaborationData: data missing"}, // a length beyond what the parcel holds sizes nothing
+        {Envelope(103, 13, [](MessageParcel &d) { d.WriteInt32(1), d.WriteUint32(0x3FF001); }),
+         "SendCollaborationData: dataLen out of range"},
+        {Envelope(104, 27, [](MessageParcel &d) { d.WriteString("peer"), d.WriteString("speaker"); }),
+         "InitAudioTransfer: businessType missing"},
+    };
+    for (const auto &[fill, problem] : truncated) {
+        EXPECT_EQ(Answer(101, fill), EMU_ERR_MALFORMED) << problem;
+        EXPECT_TRUE(logs_.Find("request refused with 290002: " + problem)) << problem;
+    }
+    EXPECT_EQ(Answer(601, Envelope(103, 7)), EMU_ERR_UNKNOWN_OPERATION); // right operation, wrong request code
+    EXPECT_EQ(Answer(101, Envelope(103, 99)), EMU_ERR_UNKNOWN_OPERATION);
+    EXPECT_TRUE(logs_.Find("request refused with 290003: request 101 (103/99/0/0/0) names no operation"));
+    EXPECT_EQ(Answer(101, [](MessageParcel &d) { d.WriteInterfaceToken(CALLBACK_TOKEN); }), EMU_ERR_WRONG_TOKEN);
+    EXPECT_EQ(emulator_.EventsOfKind("request.rejected").size(), std::size(truncated) + 3);
+    EXPECT_TRUE(emulator_.Sessions().empty());
+}
+
+// The decoder works on any parcel by itself, e.g. one a fuzzer made, and stops at the first missing field.
+TEST(RequestDecoderTest, ReadsABareParcelFieldByField)
+{
+    MessageParcel data;
+    data.WriteInterfaceToken(SERVICE_TOKEN);
+    WriteServiceCode(data, 105, 17);
+    data.WriteInt32(3);
+    for (const char *text : {"a", "b", "c", "d"}) {
+        data.WriteString(text);
+    }
+    data.WriteInt32(9);
+    data.WriteUint32(200);
+    data.WriteUnpadBuffer("xy", 2);
+    DecodedRequest request = DecodeRequest(601, data);
+    EXPECT_EQ(request.operation, "InitSurfaceTransfer");
+    EXPECT_EQ(request.Body(), R"(3 "a" "b" "c" "d" 9 200u)");
+    EXPECT_EQ(request.problem, "data missing");
+    EXPECT_EQ(request.leftover, 4u);
+}
+
+TEST_F(EmulatorTest, HookAnswersInsteadOfTheEmulatorUntilRemoved)
+{
+    emulator_.SetRequestHook([](const DecodedRequest &request) -> std::optional<ScriptedReply> {
+        if (request.operation == "StopCollaboration") {
+            return ScriptedReply{0, {-5}};
+        }
+        return request.operation == "StartAudioTransfer" ? std::optional(ScriptedReply{7, {}}) : std::nullopt;
+    });
+    EXPECT_EQ(Collaboration().StopCollaboration(1), -5);
+    EXPECT_EQ(Tarnby::AudioTransferAbility::GetInstance().StartAudioTransfer(1), 461374453);
+    EXPECT_EQ(Tarnby::AudioTransferAbility::GetInstance().StopAudioTransfer(1), EMU_ERR_UNKNOWN_CONNECTION);
+    emulator_.SetRequestHook(nullptr);
+    EXPECT_EQ(Collaboration().StopCollaboration(1), EMU_ERR_UNKNOWN_SESSION);
+    EXPECT_EQ(emulator_.Requests().size(), 4u);
+    EXPECT_TRUE(emulator_.WaitForRequests(4, 0ms));
+}
+
+// The event log keeps the latest 10,000 events, oldest first, whatever came before.
+TEST_F(EmulatorTest, EventLogKeepsTheLatestEvents)
+{
+    uint64_t first = emulator_.Events().back().sequence;
+    for (int i = 0; i < 10005; ++i) {
+        emulator_.PeerSendEvent(-1 - i, "x"); // logged as undelivered: an unknown session
+    }
+    auto events = emulator_.Events();
+    ASSERT_EQ(events.size(), 10000u);
+    EXPECT_EQ(events.front().sequence, first + 6);
+    EXPECT_EQ(events.back().sequence, first + 10005);
+    EXPECT_EQ(events.back().id, -10005);
+}
+
+// Requests in flight while the service is killed and comes back: each is served or refused, none crashes.
+TEST_F(EmulatorTest, KillRacingRequestsIsSafe)
+{
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> senders;
+    for (int i = 0; i < 3; ++i) {
+        senders.emplace_back([this, &stop] {
+            while (!stop.load()) {
+                sptr<IRemoteObject> service = emulator_.ServiceObject();
+                MessageParcel data;
+                MessageParcel reply;
+                MessageOption option;
+                Envelope(103, 8, [](MessageParcel &d) { d.WriteInt32(1); })(data);
+                int status = service == nullptr ? 0 : service->SendRequest(101, data, reply, option);
+                EXPECT_TRUE(status == 0 || status == EMU_ERR_STOPPED || status == 32) << status;
+            }
+        });
+    }
+    for (int round = 0; round < 200; ++round) {
+        emulator_.Kill();
+        ASSERT_TRUE(emulator_.Restart());
+    }
+    stop = true;
+    for (auto &sender : senders) {
+        sender.join();
+    }
+}
+
+int RunDemo(const std::string &arguments, std::string &output)
+{
+    FILE *pipe = popen((std::string(TARNBY_DEMO_PATH) + " " + arguments + " 2>&1").c_str(), "r");
+    char buffer[4096];
+    for (size_t got; pipe != nullptr && (got = fread(buffer, 1, sizeof(buffer), pipe)) > 0;) {
+        output.append(buffer, got);
+    }
+    int status = pipe == nullptr ? -1 : pclose(pipe);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// The demo checks its own key results and exits 0 only when every scenario is as expected.
+TEST(DemoTest, RunsEveryScenarioAsExpectedAndRefusesBadArguments)
+{
+    std::string output;
+    EXPECT_EQ(RunDemo("all", output), 0) << output;
+    for (const char *scenario : {"collaboration", "audio", "surface", "death"}) {
+        EXPECT_NE(output.find(std::string("  ") + scenario + ": as expected"), std::string::npos) << output;
+    }
+    std::string usage;
+    EXPECT_EQ(RunDemo("bogus", usage), 2);
+    EXPECT_NE(usage.find("usage: tarnby_demo"), std::string::npos);
+}
+} // namespace
+} // namespace OHOS::TarnbyTest

@@ -1,0 +1,228 @@
+// IRemoteObject, IPCObjectStub, IPCObjectProxy and IPCSkeleton: descriptors, the reserved codes a stub answers
+// itself, what a proxy asks the other side, and what a handler learns about its caller.
+#include "iremote_object.h"
+// Code that includes only iremote_object.h must be able to build a request.
+static_assert(sizeof(OHOS::MessageParcel) > 0, "iremote_object.h brings in MessageParcel");
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
+
+#include <gtest/gtest.h>
+
+#include "host_ipc.h"
+#include "ipc_object_proxy.h"
+#include "ipc_skeleton.h"
+#include "ipc_test_support.h"
+
+namespace OHOS::TarnbyTest {
+namespace {
+// A remote object that is neither stub nor proxy, as application code may derive one.
+class BareObject : public IRemoteObject {
+public:
+    explicit BareObject(std::u16string descriptor) : IRemoteObject(std::move(descriptor)) {}
+    int32_t GetObjectRefCount() override
+    {
+        return 0;
+    }
+    int SendRequest(uint32_t, MessageParcel &, MessageParcel &, MessageOption &) override
+    {
+        return 0;
+    }
+    bool AddDeathRecipient(const sptr<DeathRecipient> &) override
+    {
+        return false;
+    }
+    bool RemoveDeathRecipient(const sptr<DeathRecipient> &) override
+    {
+        return false;
+    }
+    int Dump(int, const std::vector<std::u16string> &) override
+    {
+        return 0;
+    }
+};
+
+class DumpingStub : public IPCObjectStub {
+public:
+    DumpingStub() : IPCObjectStub(u"test.Dumping") {}
+    int Dump(int fd, const std::vector<std::u16string> &args) override
+    {
+        std::string text = args.empty() ? "" : std::string(args[0].begin(), args[0].end());
+        return write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 17 : -1;
+    }
+};
+} // namespace
+
+TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
+{
+    sptr<IRemoteObject> bare = new BareObject(u"test.Bare");
+    EXPECT_EQ(bare->GetInterfaceDescriptor(), u"test.Bare");
+    EXPECT_EQ(bare->GetObjectDescriptor(), u"test.Bare");
+    EXPECT_TRUE(bare->IsProxyObject()) << "the base class counts as a proxy";
+    EXPECT_EQ(sptr<IRemoteObject>(new IPCObjectProxy(5, u"test.Named"))->GetObjectDescriptor(), u"test.Named");
+
+    sptr<IRemoteObject> stub = new ScriptedStub(nullptr, u"test.Described");
+    EXPECT_EQ(ProxyOf(stub)->GetInterfaceDescriptor(), u"test.Described") << "the proxy asks the other side";
+    EXPECT_NE(ProxyOf(stub)->GetObjectDescriptor(), u"test.Described");
+    sptr<IRemoteObject> unbound = new IPCObjectProxy(9999);
+    EXPECT_EQ(unbound->GetObjectDescriptor(), u"IPCObjectProxy9999");
+    EXPECT_EQ(SendEmpty(unbound), ERR_NULL_OBJECT);
+    EXPECT_EQ(unbound->GetInterfaceDescriptor(), u"");
+}
+
+// Each reserved code, sent to the stub directly: its result and the words of its reply.
+TEST(RemoteObjectTest, StubAnswersTheReservedCodesItself)
+{
+    int handled = 0;
+    sptr<IRemoteObject> stub = new ScriptedStub(
+        [&handled](uint32_t, MessageParcel &, MessageParcel &, auto &) { return ++handled; }, u"test.Reserved");
+    struct {
+        uint32_t code;
+        int result;
+        std::vector<int32_t> words; // the reply's leading int32 values
+        std::u16string text;        // then the String16, if any
+    } cases[] = {{PING_TRANSACTION, 0, {0}, u""},
+                 {INTERFACE_TRANSACTION, 0, {}, u"test.Reserved"},
+                 {DUMP_TRANSACTION, IPC_STUB_INVALID_DATA_ERR, {}, u""},
+                 {SYNCHRONIZE_REFERENCE, 0, {stub->GetSptrRefCount()}, u""},
+                 {GET_PROTO_INFO, 0, {IRemoteObject::IF_PROT_BINDER}, u"test.Reserved"},
+                 {SHELL_COMMAND_TRANSACTION, 1, {}, u""}};
+    for (const auto &c : cases) {
+        MessageParcel data;
+        MessageParcel reply;
+        EXPECT_EQ(Send(stub, data, reply, c.code), c.result) << std::hex << c.code;
+        for (int32_t word : c.words) {
+            EXPECT_EQ(reply.ReadInt32(), word) << std::hex << c.code;
+        }
+        EXPECT_EQ(c.text.empty() ? u"" : reply.ReadString16(), c.text) << std::hex << c.code;
+        EXPECT_EQ(reply.GetReadableBytes(), 0u) << std::hex << c.code;
+    }
+    EXPECT_EQ(handled, 1) << "only the code the stub does not reserve reaches the handler";
+    EXPECT_EQ(SendEmpty(new IPCObjectStub(), 42), IPC_STUB_UNKNOW_TRANS_ERR);
+    EXPECT_FALSE(stub->AddDeathRecipient(new CountingRecipient()));
+    EXPECT_FALSE(stub->RemoveDeathRecipient(new CountingRecipient()));
+}
+
+TEST(RemoteObjectTest, DumpHandsTheDescriptorAndArgumentsToDumpAndClosesItsCopy)
+{
+    int fds[2];
+    ASSERT_EQ(pipe2(fds, O_CLOEXEC), 0);
+    sptr<IRemoteObject> stub = new DumpingStub();
+    EXPECT_EQ(ProxyOf(stub)->Dump(fds[1], {u"state"}), 17);
+    char text[6] = {};
+    EXPECT_EQ(read(fds[0], text, 5), 5);
+    EXPECT_STREQ(text, "state");
+    {
+        MessageParcel badArgs;
+        MessageParcel reply;
+        badArgs.WriteFileDescriptor(fds[1]);
+        badArgs.WriteInt32(-1); // a negative argument count
+        EXPECT_EQ(Send(stub, badArgs, reply, DUMP_TRANSACTION), IPC_STUB_INVALID_DATA_ERR);
+        EXPECT_EQ(badArgs.ReadFileDescriptor(), -1) << "the stub consumed the descriptor";
+    }
+    close(fds[1]);
+    EXPECT_EQ(read(fds[0], text, 1), 0) << "every copy of the write end was closed";
+    close(fds[0]);
+}
+
+TEST(RemoteObjectTest, ProxyAsksTheOtherSideForTheReferenceCountAndGetsZeroWhenItCannot)
+{
+    sptr<IRemoteObject> stub = new ScriptedStub();
+    sptr<IRemoteObject> proxy = ProxyOf(stub);
+    int32_t counted = proxy->GetObjectRefCount();
+    EXPECT_GT(counted, 0);
+    {
+        sptr<IRemoteObject> extra = stub;
+        EXPECT_EQ(proxy->GetObjectRefCount(), counted + 1) << "the stub's count, not the proxy's";
+    }
+    EXPECT_EQ(sptr<IRemoteObject>(new IPCObjectProxy(4242))->GetObjectRefCount(), 0);
+    HostIpc::KillObject(stub);
+    EXPECT_EQ(proxy->GetObjectRefCount(), 0);
+}
+
+TEST(RemoteObjectTest, StubRecordsWhenTheLastRequestArrived)
+{
+    using namespace std::chrono;
+    auto now = [] { return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count(); };
+    sptr<IPCObjectStub> stub = new ScriptedStub([](uint32_t, MessageParcel &, MessageParcel &, auto &) { return 0; });
+    EXPECT_EQ(stub->GetLastRequestTime(), 0u);
+    uint64_t before = now();
+    SendEmpty(ProxyOf(stub));
+    EXPECT_GE(stub->GetLastRequestTime(), before);
+    EXPECT_LE(stub->GetLastRequestTime(), static_cast<uint64_t>(now()));
+}
+
+TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
+{
+    struct Seen {
+        pid_t pid;
+        pid_t uid;
+        uint32_t token;
+        uint64_t fullToken;
+        uint32_t stubToken;
+    } seen{};
+    sptr<IPCObjectStub> service;
+    service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
+        seen = {IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid(), IPCSkeleton::GetCallingTokenID(),
+                IPCSkeleton::GetCallingFullTokenID(), service->GetCallingTokenID()};
+        return 0;
+    });
+    const pid_t ownPid = getpid();
+    const pid_t ownUid = static_cast<pid_t>(getuid());
+    EXPECT_EQ(IPCSkeleton::GetCallingPid(), ownPid);
+    EXPECT_EQ(IPCSkeleton::GetCallingUid(), ownUid);
+    EXPECT_EQ(IPCSkeleton::GetCallingFullTokenID(), IPCSkeleton::GetSelfFullTokenID());
+    HostIpc::SetThreadIdentity(4242, 5151, 0x1234567800000abcULL);
+    ASSERT_EQ(SendEmpty(ProxyOf(service)), 0);
+    EXPECT_EQ(seen.pid, 4242);
+    EXPECT_EQ(seen.uid, 5151);
+    EXPECT_EQ(seen.fullToken, 0x1234567800000abcULL);
+    EXPECT_EQ(seen.token, 0xabcu) << "the low half of the full token";
+    EXPECT_EQ(seen.stubToken, 0xabcu);
+    EXPECT_EQ(IPCSkeleton::GetCallingPid(), ownPid) << "sending as someone else does not change who calls us";
+    HostIpc::ClearThreadIdentity();
+    ASSERT_EQ(SendEmpty(ProxyOf(service)), 0);
+    EXPECT_TRUE(seen.pid == ownPid && seen.uid == ownUid && seen.fullToken == IPCSkeleton::GetSelfFullTokenID());
+}
+
+TEST(RemoteObjectTest, IdentitySetInsideAHandlerDoesNotLeakIntoLaterRequests)
+{
+    pid_t innerSeen = 0;
+    sptr<IRemoteObject> inner = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
+        innerSeen = IPCSkeleton::GetCallingPid();
+        return 0;
+    });
+    bool spoof = true;
+    sptr<IRemoteObject> outer = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
+        if (spoof) {
+            HostIpc::SetThreadIdentity(777, 778);
+        }
+        return SendEmpty(ProxyOf(inner));
+    });
+    ASSERT_EQ(SendEmpty(ProxyOf(outer)), 0);
+    EXPECT_EQ(innerSeen, 777);
+    spoof = false;
+    ASSERT_EQ(SendEmpty(ProxyOf(outer)), 0);
+    EXPECT_EQ(innerSeen, getpid());
+}
+
+TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
+{
+    EXPECT_TRUE(IPCSkeleton::IsLocalCalling());
+    EXPECT_EQ(IPCSkeleton::GetCallingDeviceID(), IPCSkeleton::GetLocalDeviceID());
+    EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(0));
+    EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(-3));
+    EXPECT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(16));
+
+    sptr<IRemoteObject> none;
+    EXPECT_FALSE(IPCSkeleton::SetContextObject(none));
+    sptr<IRemoteObject> first = new ScriptedStub();
+    sptr<IRemoteObject> second = new ScriptedStub();
+    EXPECT_TRUE(IPCSkeleton::SetContextObject(first));
+    EXPECT_EQ(IPCSkeleton::GetContextObject(), first);
+    EXPECT_TRUE(IPCSkeleton::SetContextObject(second));
+    EXPECT_EQ(IPCSkeleton::GetContextObject(), second);
+}
+} // namespace OHOS::TarnbyTest

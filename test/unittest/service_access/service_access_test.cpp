@@ -1,0 +1,232 @@
+// Reaching the service: the envelope's bytes, the three send operations and how their failures map, and the shared
+// proxy's lookup, its races and its renewal.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <climits>
+
+#include "collaboration_ability.h"
+#include "service_fixture.h"
+
+namespace OHOS::TarnbyTest {
+namespace {
+using Tarnby::ITarnbyService;
+using Tarnby::TarnbyProxy;
+constexpr size_t TOKEN_BYTES = 68;              // the service token as the platform writes it
+constexpr size_t DEFAULT_MAX_CAPACITY = 204800; // a MessageParcel's limit unless raised
+
+void AppendWord(std::vector<uint8_t> &bytes, uint32_t value)
+{
+    for (int shift = 0; shift < 32; shift += 8) {
+        bytes.push_back(static_cast<uint8_t>(value >> shift));
+    }
+}
+
+// Strict-mode word 0x100, work source 0, the UTF-16 length, the units, a zero unit, padding to 4; then `fields`.
+std::vector<uint8_t> EnvelopeBytes(std::initializer_list<uint32_t> fields)
+{
+    const std::u16string token = u"ohos.ITarnby.ITarnbyService";
+    std::vector<uint8_t> bytes;
+    AppendWord(bytes, 0x100);
+    AppendWord(bytes, 0);
+    AppendWord(bytes, static_cast<uint32_t>(token.size()));
+    for (char16_t unit : token + u'\0') {
+        bytes.push_back(static_cast<uint8_t>(unit & 0xFF));
+        bytes.push_back(static_cast<uint8_t>(unit >> 8));
+    }
+    bytes.resize((bytes.size() + 3) / 4 * 4);
+    for (uint32_t field : fields) {
+        AppendWord(bytes, field);
+    }
+    return bytes;
+}
+
+std::vector<uint8_t> Tail(const MessageParcel &parcel, size_t size)
+{
+    const auto *end = reinterpret_cast<const uint8_t *>(parcel.GetData()) + parcel.GetDataSize();
+    return std::vector<uint8_t>(end - size, end);
+}
+
+TEST(EnvelopeTest, TokenThenFiveFieldsAndEachFailureItsCode)
+{
+    LogCapture logs;
+    MessageParcel data;
+    ASSERT_TRUE(data.WriteInt32(-1));
+    ASSERT_EQ(TarnbyProxy::BuildCollaborationServiceCode(data, 103, 7, 0x01020304, 0xFFFFFFFF, 9), 0);
+    std::vector<uint8_t> expected = EnvelopeBytes({103, 7, 0x01020304, 0xFFFFFFFF, 9});
+    ASSERT_EQ(expected.size(), TOKEN_BYTES + 20);
+    EXPECT_EQ(data.GetDataSize(), 4 + expected.size());
+    EXPECT_EQ(Tail(data, expected.size()), expected);
+    EXPECT_TRUE(logs.Logged(LOG_INFO, "TRBYProxy", "sender interface is ohos.ITarnby.ITarnbyService"));
+    // Room for the token and `fields` of the five: 1007 after the token, with those fields left in place.
+    for (size_t room : {TOKEN_BYTES - 4, TOKEN_BYTES, TOKEN_BYTES + 16}) {
+        SCOPED_TRACE("room " + std::to_string(room));
+        logs.Clear();
+        MessageParcel full;
+        std::vector<uint8_t> filler(DEFAULT_MAX_CAPACITY - room, 0xEE);
+        ASSERT_TRUE(full.WriteBuffer(filler.data(), filler.size()));
+        int32_t status = TarnbyProxy::BuildCollaborationServiceCode(full, 11, 12, 13, 14, 15);
+        EXPECT_EQ(status, room < TOKEN_BYTES ? 1006 : 1007);
+        EXPECT_EQ(logs.Logged(LOG_ERROR, "TRBYProxy", "write interface token failed"), room < TOKEN_BYTES);
+        EXPECT_EQ(logs.Logged(LOG_ERROR, "TRBYProxy", "write to parcel failed"), room >= TOKEN_BYTES);
+        if (room >= TOKEN_BYTES) {
+            std::vector<uint8_t> written = EnvelopeBytes({11, 12, 13, 14});
+            written.resize(room);
+            EXPECT_EQ(Tail(full, room), written);
+        }
+        EXPECT_FALSE(logs.Contains("sender interface is"));
+    }
+}
+
+using SendOperation = int32_t (ITarnbyService::*)(MessageParcel &, MessageParcel &, MessageOption &);
+struct SendCase {
+    const char *name;
+    SendOperation operation;
+    uint32_t requestCode;
+};
+
+class SendOperationTest : public ServiceTest, public testing::WithParamInterface<SendCase> {
+protected:
+    // An envelope with distinct values in all five fields and a marker as the body.
+    int32_t Send(const sptr<ITarnbyService> &proxy, MessageParcel &reply, int waitTime = 8)
+    {
+        MessageParcel data;
+        EXPECT_EQ(TarnbyProxy::BuildCollaborationServiceCode(data, 103, 25, 3, 4, 5), 0);
+        data.WriteInt32(0x5EED);
+        MessageOption option(MessageOption::TF_SYNC, waitTime);
+        return ((*proxy).*GetParam().operation)(data, reply, option);
+    }
+};
+
+TEST_P(SendOperationTest, EnvelopeArrivesWithTheRequestCodeAndOption)
+{
+    Script([](const DecodedRequest &) { return std::vector<int32_t>{-4242}; });
+    sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
+    ASSERT_NE(proxy, nullptr);
+    for (int waitTime : {8, 3}) {
+        MessageParcel reply;
+        ASSERT_EQ(Send(proxy, reply, waitTime), 0);
+        EXPECT_EQ(reply.ReadInt32(), -4242);
+    }
+    auto requests = emulator_.Requests();
+    ASSERT_EQ(requests.size(), 2u);
+    for (const DecodedRequest &request : requests) {
+        EXPECT_EQ(request.code, GetParam().requestCode);
+        EXPECT_EQ(std::vector<uint32_t>({request.serviceType, request.subServiceType, request.operateCode,
+                                         request.subOperateCode, request.command}),
+                  std::vector<uint32_t>({103, 25, 3, 4, 5}));
+        EXPECT_EQ(request.flags, 0);
+        EXPECT_EQ(request.leftover, 4u);
+    }
+    EXPECT_EQ(requests[0].waitTime, 8);
+    EXPECT_EQ(requests[1].waitTime, 3);
+    EXPECT_EQ(logs_.FunctionOf("enter"), GetParam().name);
+}
+
+// The service's status reaches the proxy only with an empty reply; whatever it is, the caller sees 1008.
+TEST_P(SendOperationTest, FailuresBecome1008Or1009)
+{
+    sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
+    for (int error : {-1, 1, 305, INT_MIN, INT_MAX}) {
+        ScriptTransportFailure(error);
+        MessageParcel reply;
+        EXPECT_EQ(Send(proxy, reply), 1008);
+        std::string line = "failed to SendRequest, error: " + std::to_string(error);
+        EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", line));
+        EXPECT_EQ(logs_.FunctionOf(line), GetParam().name);
+    }
+    emulator_.Kill();
+    MessageParcel reply;
+    EXPECT_EQ(Send(proxy, reply), 1008);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "failed to SendRequest, error: 32"));
+    EXPECT_EQ(Send(sptr<TarnbyProxy>::MakeSptr(nullptr), reply), 1009);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "Remote is nullptr"));
+    EXPECT_EQ(logs_.FunctionOf("Remote is nullptr"), GetParam().name);
+}
+
+const SendCase SEND_CASES[] = {
+    {"CollaborationToDeviceEvent", &ITarnbyService::CollaborationToDeviceEvent, 101},
+    {"VeskorEvent", &ITarnbyService::VeskorEvent, 501},
+    {"SurfaceTransferEvent", &ITarnbyService::SurfaceTransferEvent, 601},
+};
+INSTANTIATE_TEST_SUITE_P(EachOperation, SendOperationTest, testing::ValuesIn(SEND_CASES),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+using ProxyLookupTest = ServiceTest;
+
+TEST_F(ProxyLookupTest, OneProxyIsKeptAndFailedLookupsKeepNothing)
+{
+    size_t before = HostSamgr::GetSystemAbilityCallCount();
+    sptr<ITarnbyService> first = TarnbyProxy::GetInstance();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(TarnbyProxy::GetInstance(), first);
+    EXPECT_EQ(TarnbyProxy::GetTarnbyRemoteObject(), first->AsObject());
+    EXPECT_TRUE(first->AsObject()->IsProxyObject());
+    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount() - before, 1u);
+
+    TarnbyProxy::DestoryInstance();
+    emulator_.Stop();
+    before = HostSamgr::GetSystemAbilityCallCount();
+    EXPECT_EQ(TarnbyProxy::GetTarnbyRemoteObject(), nullptr);
+    EXPECT_EQ(TarnbyProxy::GetInstance(), nullptr);
+    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount() - before, 2u);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "failed to get TARNBY_SA_ID"));
+    HostSamgr::SetManagerAvailable(false);
+    EXPECT_EQ(TarnbyProxy::GetInstance(), nullptr);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "failed to get system manager"));
+    HostSamgr::SetManagerAvailable(true);
+    ASSERT_TRUE(emulator_.Start());
+    EXPECT_NE(TarnbyProxy::GetInstance(), nullptr);
+}
+
+// Every round starts with no proxy and lets several threads ask at once: one lookup, one proxy for all of them.
+TEST_F(ProxyLookupTest, ConcurrentFirstCallersShareOneLookup)
+{
+    constexpr int threadCount = 4;
+    for (int round = 0; round < 200; ++round) {
+        TarnbyProxy::DestoryInstance();
+        size_t before = HostSamgr::GetSystemAbilityCallCount();
+        std::atomic<int> waiting{threadCount};
+        std::vector<sptr<ITarnbyService>> results(threadCount);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < threadCount; ++i) {
+            threads.emplace_back([&waiting, &results, i] {
+                for (waiting--; waiting.load() > 0;) {
+                    std::this_thread::yield();
+                }
+                results[i] = TarnbyProxy::GetInstance();
+            });
+        }
+        for (auto &thread : threads) {
+            thread.join();
+        }
+        ASSERT_EQ(HostSamgr::GetSystemAbilityCallCount() - before, 1u) << "round " << round;
+        ASSERT_NE(results[0], nullptr);
+        ASSERT_EQ(std::count(results.begin(), results.end(), results[0]), threadCount) << "round " << round;
+    }
+}
+
+// After DestoryInstance the next caller finds the service as it is now; a copy held from before keeps its object.
+TEST_F(ProxyLookupTest, DestroyLooksTheServiceUpAgain)
+{
+    sptr<ITarnbyService> old = TarnbyProxy::GetInstance();
+    ASSERT_NE(old, nullptr);
+    emulator_.Kill();
+    TarnbyProxy::DestoryInstance();
+    EXPECT_FALSE(logs_.Find("clear resource when death")); // `old` still holds the proxy
+    ASSERT_TRUE(emulator_.Restart());
+    sptr<ITarnbyService> current = TarnbyProxy::GetInstance();
+    ASSERT_NE(current, nullptr);
+    EXPECT_NE(current, old);
+    EXPECT_EQ(current->AsObject(), TarnbyProxy::GetTarnbyRemoteObject());
+    EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1),
+              TarnbyEmulator::EMU_ERR_UNKNOWN_SESSION); // reaches the new service
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    EXPECT_EQ(old->CollaborationToDeviceEvent(data, reply, option), 1008);
+    old = nullptr;
+    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYProxy", "clear resource when death"));
+}
+} // namespace
+} // namespace OHOS::TarnbyTest
