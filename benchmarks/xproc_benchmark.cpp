@@ -117,11 +117,13 @@ void BM_RawSocketPingPong(benchmark::State &state)
     socketpair(AF_UNIX, SOCK_SEQPACKET, 0, pair);
     pid_t echo = fork();
     if (echo == 0) {
+        close(pair[0]); // so that the parent's close ends the loop
         char message[FRAME_HEADER];
         while (read(pair[1], message, sizeof(message)) > 0 && write(pair[1], message, sizeof(message)) > 0) {
         }
         _exit(0);
     }
+    close(pair[1]);
     char message[FRAME_HEADER] = {};
     for (auto _ : state) {
         if (write(pair[0], message, sizeof(message)) != sizeof(message) ||
@@ -130,7 +132,6 @@ void BM_RawSocketPingPong(benchmark::State &state)
         }
     }
     close(pair[0]);
-    close(pair[1]);
     waitpid(echo, nullptr, 0);
 }
 BENCHMARK(BM_RawSocketPingPong)->UseRealTime();
