@@ -66,9 +66,19 @@ struct SinkState {
     int running = 0;
 };
 
-std::mutex g_sinkMutex;
-std::condition_variable g_sinkIdle;
-std::unique_ptr<SinkState> g_sinkState;
+struct SinkRegistry {
+    std::mutex mutex;
+    std::condition_variable idle;
+    std::unique_ptr<SinkState> state;
+};
+
+// Never destroyed: IPC threads may still log while the process's statics go away at exit.
+SinkRegistry &Sinks()
+{
+    static auto *registry = new SinkRegistry();
+    return *registry;
+}
+
 std::atomic<bool> g_hasSink{false};
 thread_local int t_sinkDepth = 0; // sink calls running on this thread
 // Sinks replaced from inside a sink call on this thread: freed once that call has returned.
@@ -78,7 +88,7 @@ void HookForkSafety()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        pthread_atfork([] { g_sinkMutex.lock(); }, [] { g_sinkMutex.unlock(); }, [] { g_sinkMutex.unlock(); });
+        pthread_atfork([] { Sinks().mutex.lock(); }, [] { Sinks().mutex.unlock(); }, [] { Sinks().mutex.unlock(); });
     });
 }
 
@@ -87,8 +97,8 @@ bool CallSink(const HiLogRecord &record)
 {
     SinkState *state = nullptr;
     {
-        std::lock_guard<std::mutex> lock(g_sinkMutex);
-        state = g_sinkState.get();
+        std::lock_guard<std::mutex> lock(Sinks().mutex);
+        state = Sinks().state.get();
         if (state == nullptr) {
             return false;
         }
@@ -99,9 +109,9 @@ bool CallSink(const HiLogRecord &record)
         ~Done()
         {
             {
-                std::lock_guard<std::mutex> lock(g_sinkMutex);
+                std::lock_guard<std::mutex> lock(Sinks().mutex);
                 state->running--;
-                g_sinkIdle.notify_all();
+                Sinks().idle.notify_all();
             }
             if (--t_sinkDepth == 0) {
                 t_retired.clear();
@@ -163,13 +173,13 @@ void HiLogSetSink(std::function<void(const HiLogRecord &)> sink)
     }
     std::unique_ptr<SinkState> old;
     {
-        std::unique_lock<std::mutex> lock(g_sinkMutex);
-        old = std::move(g_sinkState);
-        g_sinkState = std::move(next);
-        g_hasSink.store(g_sinkState != nullptr, std::memory_order_release);
+        std::unique_lock<std::mutex> lock(Sinks().mutex);
+        old = std::move(Sinks().state);
+        Sinks().state = std::move(next);
+        g_hasSink.store(Sinks().state != nullptr, std::memory_order_release);
         // Calls on this very thread cannot finish while it waits here; every other call of the old sink can.
         SinkState *replaced = old.get();
-        g_sinkIdle.wait(lock, [replaced] { return replaced == nullptr || replaced->running <= t_sinkDepth; });
+        Sinks().idle.wait(lock, [replaced] { return replaced == nullptr || replaced->running <= t_sinkDepth; });
     }
     if (t_sinkDepth > 0 && old != nullptr) {
         t_retired.push_back(std::move(old)); // the sink that called us is still running
