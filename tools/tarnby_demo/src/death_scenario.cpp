@@ -46,7 +46,7 @@ bool RunDeath(DemoContext &context)
     // Found again: the new service answers, and knows nothing of the transfer that died.
     StopSurface(context, connId, TarnbyEmulator::EMU_ERR_UNKNOWN_CONNECTION);
     int32_t newConnId = InitSurface(context, 1);
-    out.Expect(newConnId != connId, "the new service gives a new connection id");
+    out.Expect(newConnId > 0, "the new service gives a connection id"); // a restarted process may count from 1 again
     StartSurface(context, newConnId);
     StopSurface(context, newConnId, TRBY_OK);
     DeInitSurface(context, newConnId, TRBY_OK);
