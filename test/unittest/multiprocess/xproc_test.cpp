@@ -179,7 +179,8 @@ TEST_F(CrossProcessTest, ServiceKilledDuringASynchronousCallThenFoundAgain)
     MessageParcel reply;
     EXPECT_EQ(Ask(service, HANG, data, reply), ERR_DEAD_OBJECT);
     killer.join();
-    EXPECT_TRUE(service->IsObjectDead());
+    // The waiting caller is woken by the closed connection; the proxy is marked dead by the death notice beside it.
+    EXPECT_TRUE(Eventually([&service] { return service->IsObjectDead(); }));
     EXPECT_EQ(Echo(service, 1), -ERR_DEAD_OBJECT);
     for (auto &recipient : recipients) {
         EXPECT_TRUE(Eventually([&recipient] { return recipient->calls == 1; }));
