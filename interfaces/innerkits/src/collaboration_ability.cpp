@@ -62,10 +62,7 @@ int32_t SendForResult(uint32_t subServiceType, std::initializer_list<RequestFiel
                       LogSite site = LogSite::Here())
 {
     TarnbyRequest request(SERVICE_TYPE_COLLABORATION, subServiceType, LOG_LABEL);
-    int32_t status = request.Write(fields, site);
-    if (status == TRBY_OK) {
-        status = request.Send(&ITarnbyService::CollaborationToDeviceEvent, site);
-    }
+    int32_t status = request.WriteAndSend(fields, &ITarnbyService::CollaborationToDeviceEvent, site);
     if (status != TRBY_OK) {
         return status;
     }

@@ -29,10 +29,7 @@ int32_t SendSurfaceRequest(uint32_t subServiceType, std::initializer_list<Reques
 {
     TRBY_LOG_SITE(LOG_LABEL, LOG_INFO, site, "enter");
     TarnbyRequest request(SERVICE_TYPE_SURFACE_TRANSFER, subServiceType, LOG_LABEL);
-    int32_t status = request.Write(fields, site);
-    if (status == TRBY_OK) {
-        status = request.Send(&ITarnbyService::SurfaceTransferEvent, site);
-    }
+    int32_t status = request.WriteAndSend(fields, &ITarnbyService::SurfaceTransferEvent, site);
     if (status != TRBY_OK) {
         return status;
     }

@@ -130,6 +130,12 @@ bool TarnbyRequest::AcquireProxy(LogSite site)
     return proxy_ != nullptr;
 }
 
+int32_t TarnbyRequest::WriteAndSend(std::initializer_list<RequestField> fields, SendOperation operation, LogSite site)
+{
+    int32_t status = Write(fields, site);
+    return status == TRBY_OK ? Send(operation, site) : status;
+}
+
 int32_t TarnbyRequest::Send(SendOperation operation, LogSite site)
 {
     if (proxy_ == nullptr && !AcquireProxy(site)) {

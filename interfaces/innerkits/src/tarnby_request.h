@@ -75,6 +75,9 @@ public:
     // Sends through `operation` of the proxy (looking it up first unless AcquireProxy() did): 0, 1012 after
     // "Tarnby dead", or 0x1B8003F5 after "send request to Tarnby failed".
     int32_t Send(SendOperation operation, LogSite site = LogSite::Here());
+    // Write(fields), then Send(operation) when every field went in: the first failure's code, or 0.
+    int32_t WriteAndSend(std::initializer_list<RequestField> fields, SendOperation operation,
+                         LogSite site = LogSite::Here());
     // The values at the head of the reply, in order (0 for each one missing, as the platform reads missing data).
     template <typename... Values>
     std::tuple<Values...> ReadReply()
