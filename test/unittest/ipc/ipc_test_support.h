@@ -1,11 +1,16 @@
 #ifndef TARNBY_TEST_IPC_TEST_SUPPORT_H
 #define TARNBY_TEST_IPC_TEST_SUPPORT_H
 
-// Doubles for the host IPC tests: a stub whose handler the test scripts, request helpers, a death recipient.
+// Doubles for the host IPC tests: a stub whose handler the test scripts, request helpers, a death recipient, a pipe.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <condition_variable>
 #include <functional>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "host_ipc_proxy.h"
 #include "ipc_object_stub.h"
@@ -82,6 +87,20 @@ private:
     std::condition_variable called_;
     std::vector<std::thread::id> threads_;
     sptr<IRemoteObject> died_;
+};
+
+// A pipe whose ends close with it; an end closed earlier is set to -1.
+struct Pipe {
+    int fds[2] = {-1, -1};
+    Pipe()
+    {
+        EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0);
+    }
+    ~Pipe()
+    {
+        close(fds[0]);
+        close(fds[1]);
+    }
 };
 } // namespace OHOS::TarnbyTest
 

@@ -1,14 +1,12 @@
 // MessageParcel and MessageOption in one process: token bytes, flat objects, descriptors, raw blocks and Append,
 // decoded by hand.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "../c_utils/test_parcelable.h"
 #include "ipc_test_support.h"
 #include "log_capture.h"
 
@@ -16,27 +14,11 @@ namespace OHOS::TarnbyTest {
 namespace {
 constexpr size_t FLAT_SIZE = 24;
 
-std::string Hex(MessageParcel &parcel)
-{
-    static const char digits[] = "0123456789abcdef";
-    const auto *bytes = reinterpret_cast<const uint8_t *>(parcel.GetData());
-    std::string text;
-    for (size_t i = 0; i < parcel.GetDataSize(); i++) {
-        text += {digits[bytes[i] >> 4], digits[bytes[i] & 0xf]};
-    }
-    return text;
-}
-
 uint64_t HandleAt(MessageParcel &parcel, size_t flatOffset)
 {
     uint64_t handle = 0;
     std::memcpy(&handle, reinterpret_cast<const uint8_t *>(parcel.GetData()) + flatOffset + 8, sizeof(handle));
     return handle;
-}
-
-bool IsOpen(int fd)
-{
-    return fcntl(fd, F_GETFD) != -1;
 }
 
 // Whether text written to `writer` comes out of `reader`: the two descriptors name one pipe.
@@ -46,19 +28,6 @@ bool SamePipe(int writer, int reader)
     char in[3] = {};
     return write(writer, out, 2) == 2 && read(reader, in, 2) == 2 && std::strcmp(in, out) == 0;
 }
-
-struct Pipe {
-    int fds[2] = {-1, -1};
-    Pipe()
-    {
-        EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0);
-    }
-    ~Pipe()
-    {
-        close(fds[0]);
-        close(fds[1]);
-    }
-};
 } // namespace
 
 TEST(MessageParcelTest, InterfaceTokenHasPolicyWorkSourceAndNameAndReadingIgnoresTheHeaderWords)
@@ -120,9 +89,9 @@ TEST(MessageParcelTest, DescriptorIsDuplicatedOnWriteAndEveryReadAndClosesWithTh
         EXPECT_TRUE(SamePipe(first, pipe.fds[0]) && SamePipe(second, pipe.fds[0]));
         close(first);
         close(second);
-        EXPECT_TRUE(IsOpen(held));
+        EXPECT_TRUE((fcntl(held, F_GETFD) != -1));
     }
-    EXPECT_FALSE(IsOpen(held));
+    EXPECT_FALSE((fcntl(held, F_GETFD) != -1));
 }
 
 TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
@@ -185,8 +154,7 @@ TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
     source.WriteRemoteObject(stub);
     source.WriteFileDescriptor(pipe.fds[1]);
     source.WriteUint8Unaligned(0xab);
-    MessageParcel target;
-    MessageParcel empty;
+    MessageParcel target, empty;
     EXPECT_TRUE(target.Append(empty) && target.GetDataSize() == 0) << "an empty parcel appends nothing";
     target.WriteInt32(-1);
     ASSERT_TRUE(target.Append(source));

@@ -1,5 +1,5 @@
 // Requests through a proxy cross the simulated process boundary: fresh parcels, proxies for objects, duplicated
-// descriptors, raw blocks, the return-code rule, IPC threads and nested and concurrent calls.
+// descriptors, raw blocks, the return-code rule, IPC threads, nested and concurrent calls, and the target's death.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,13 +10,16 @@
 
 #include <gtest/gtest.h>
 
+#include "host_ipc.h"
 #include "ipc_object_proxy.h"
 #include "ipc_test_support.h"
 
 namespace OHOS::TarnbyTest {
-TEST(RemoteCallTest, OneSharedProxyPerObject)
+TEST(RemoteCallTest, OneSharedProxyPerObjectThatRefusesCodesAboveTheUserRange)
 {
-    sptr<IRemoteObject> stub = new ScriptedStub();
+    int calls = 0;
+    sptr<IRemoteObject> stub =
+        new ScriptedStub([&calls](uint32_t, MessageParcel &, MessageParcel &, auto &) { return calls++; });
     sptr<IRemoteObject> proxy = ProxyOf(stub);
     ASSERT_NE(proxy, nullptr);
     EXPECT_TRUE(proxy != stub && proxy->IsProxyObject() && !stub->IsProxyObject());
@@ -24,44 +27,49 @@ TEST(RemoteCallTest, OneSharedProxyPerObject)
     EXPECT_EQ(ProxyOf(proxy), proxy);
     EXPECT_NE(ProxyOf(new ScriptedStub()), proxy);
     EXPECT_EQ(ProxyOf(nullptr), nullptr);
+
+    EXPECT_EQ(SendEmpty(proxy, 0x01000000), IPC_PROXY_INVALID_CODE_ERR);
+    EXPECT_EQ(SendEmpty(proxy, PING_TRANSACTION), 204);
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(SendEmpty(proxy, LAST_CALL_TRANSACTION), 0);
+    EXPECT_EQ(calls, 1);
 }
 
 // The receiver gets its own parcel from offset 0: its own descriptor copy (closed with the parcel), the objects as
 // one shared proxy, the raised maximum and an unaligned tail byte for byte, and a raw block out of line.
 TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
 {
-    int fds[2];
-    ASSERT_EQ(pipe2(fds, O_CLOEXEC), 0);
+    Pipe pipe;
     std::vector<uint8_t> block(1024 * 1024);
     for (size_t i = 0; i < block.size(); i++) {
         block[i] = static_cast<uint8_t>((i * 131) ^ (i >> 9));
     }
     sptr<IRemoteObject> callback = new ScriptedStub();
-    int receivedFd = -1;
-    size_t readPosition = 1;
-    size_t maxCapacity = 0;
-    sptr<IRemoteObject> first;
-    sptr<IRemoteObject> second;
-    bool blockIntact = false;
-    uint8_t tail = 0;
+    struct {
+        int fd = -1;
+        size_t readPosition = 1, maxCapacity = 0;
+        sptr<IRemoteObject> first, second;
+        bool blockIntact = false;
+        uint8_t tail = 0;
+    } seen;
     sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &data, MessageParcel &, auto &) {
-        readPosition = data.GetReadPosition();
-        maxCapacity = data.GetMaxCapacity();
-        receivedFd = static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8));
+        seen.readPosition = data.GetReadPosition();
+        seen.maxCapacity = data.GetMaxCapacity();
+        seen.fd = static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8));
         int fd = data.ReadFileDescriptor();
         bool wrote = write(fd, "ping", 4) == 4;
         close(fd);
-        first = data.ReadRemoteObject();
-        second = data.ReadRemoteObject();
+        seen.first = data.ReadRemoteObject();
+        seen.second = data.ReadRemoteObject();
         const void *raw = data.ReadRawData(block.size());
-        blockIntact = raw != nullptr && memcmp(raw, block.data(), block.size()) == 0;
+        seen.blockIntact = raw != nullptr && memcmp(raw, block.data(), block.size()) == 0;
         data.SkipBytes(300000);
-        data.ReadUint8Unaligned(tail);
+        data.ReadUint8Unaligned(seen.tail);
         return wrote ? 0 : -1;
     });
     MessageParcel data;
     ASSERT_TRUE(data.SetMaxCapacity(400000));
-    ASSERT_TRUE(data.WriteFileDescriptor(fds[1]));
+    ASSERT_TRUE(data.WriteFileDescriptor(pipe.fds[1]));
     ASSERT_TRUE(data.WriteRemoteObject(callback) && data.WriteRemoteObject(callback));
     ASSERT_TRUE(data.WriteRawData(block.data(), block.size()));
     std::vector<uint8_t> filler(300000, 3);
@@ -70,28 +78,26 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     MessageParcel reply;
     ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
 
-    EXPECT_EQ(readPosition, 0u);
-    EXPECT_EQ(maxCapacity, 400000u);
-    EXPECT_NE(receivedFd, fds[1]);
-    EXPECT_NE(receivedFd, static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8)));
+    EXPECT_EQ(seen.readPosition, 0u);
+    EXPECT_EQ(seen.maxCapacity, 400000u);
+    EXPECT_NE(seen.fd, pipe.fds[1]);
+    EXPECT_NE(seen.fd, static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8)));
     // The number may be reused at once by another thread's descriptor; it must no longer be this pipe.
     struct stat pipeStat {};
     struct stat receivedStat {};
-    ASSERT_EQ(fstat(fds[1], &pipeStat), 0);
-    EXPECT_FALSE(fstat(receivedFd, &receivedStat) == 0 && receivedStat.st_ino == pipeStat.st_ino &&
+    ASSERT_EQ(fstat(pipe.fds[1], &pipeStat), 0);
+    EXPECT_FALSE(fstat(seen.fd, &receivedStat) == 0 && receivedStat.st_ino == pipeStat.st_ino &&
                  receivedStat.st_dev == pipeStat.st_dev)
         << "the receiver's copy closes with the request parcel";
     char text[5] = {};
-    EXPECT_EQ(read(fds[0], text, 4), 4);
+    EXPECT_EQ(read(pipe.fds[0], text, 4), 4);
     EXPECT_STREQ(text, "ping");
-    ASSERT_NE(first, nullptr);
-    EXPECT_TRUE(first->IsProxyObject());
-    EXPECT_EQ(first, second);
-    EXPECT_EQ(first, ProxyOf(callback));
-    EXPECT_TRUE(blockIntact);
-    EXPECT_EQ(tail, 9);
-    close(fds[0]);
-    close(fds[1]);
+    ASSERT_NE(seen.first, nullptr);
+    EXPECT_TRUE(seen.first->IsProxyObject());
+    EXPECT_EQ(seen.first, seen.second);
+    EXPECT_EQ(seen.first, ProxyOf(callback));
+    EXPECT_TRUE(seen.blockIntact);
+    EXPECT_EQ(seen.tail, 9);
 }
 
 TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriveAsProxies)
@@ -105,8 +111,7 @@ TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriv
         }
         return 77;
     });
-    MessageParcel data;
-    MessageParcel empty;
+    MessageParcel data, empty;
     EXPECT_EQ(Send(ProxyOf(service), data, empty), 77);
     EXPECT_EQ(empty.GetDataSize(), 0u);
 
@@ -121,18 +126,6 @@ TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriv
     EXPECT_EQ(Send(service, data, direct), 77) << "called in-process, the stub's result is returned as it is";
 }
 
-TEST(RemoteCallTest, CodesAboveTheUserRangeAreRefusedByTheProxy)
-{
-    int calls = 0;
-    sptr<IRemoteObject> service =
-        new ScriptedStub([&calls](uint32_t, MessageParcel &, MessageParcel &, auto &) { return calls++; });
-    EXPECT_EQ(SendEmpty(ProxyOf(service), 0x01000000), IPC_PROXY_INVALID_CODE_ERR);
-    EXPECT_EQ(SendEmpty(ProxyOf(service), PING_TRANSACTION), 204);
-    EXPECT_EQ(calls, 0);
-    EXPECT_EQ(SendEmpty(ProxyOf(service), LAST_CALL_TRANSACTION), 0);
-    EXPECT_EQ(calls, 1);
-}
-
 TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndRunsOnAnIpcThread)
 {
     std::promise<void> release;
@@ -143,8 +136,7 @@ TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndRunsOnAnIpcThread)
         handled.set_value(std::this_thread::get_id());
         return 55;
     });
-    MessageParcel data;
-    MessageParcel reply;
+    MessageParcel data, reply;
     // The handler cannot finish before `release`, so a waiting SendRequest would never return.
     EXPECT_EQ(Send(ProxyOf(service), data, reply, 1, MessageOption::TF_ASYNC), 0);
     EXPECT_EQ(reply.GetDataSize(), 0u);
@@ -155,8 +147,7 @@ TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndRunsOnAnIpcThread)
 // The service, while handling the client's synchronous request, synchronously calls the client's callback.
 TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
 {
-    std::thread::id callbackThread;
-    std::thread::id serviceThread;
+    std::thread::id callbackThread, serviceThread;
     sptr<IRemoteObject> clientCallback =
         new ScriptedStub([&](uint32_t code, MessageParcel &data, MessageParcel &reply, auto &) {
             callbackThread = std::this_thread::get_id();
@@ -167,8 +158,7 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
         serviceThread = std::this_thread::get_id();
         int32_t value = data.ReadInt32();
         sptr<IRemoteObject> callback = data.ReadRemoteObject();
-        MessageParcel request;
-        MessageParcel answer;
+        MessageParcel request, answer;
         request.WriteInt32(value + 1);
         reply.WriteInt32(callback == nullptr ? -1 : Send(callback, request, answer, 3));
         reply.WriteInt32(answer.ReadInt32());
@@ -198,8 +188,7 @@ TEST(RemoteCallTest, ConcurrentClientsEachGetTheirOwnReply)
         wrong.push_back(std::async(std::launch::async, [proxy, client] {
             int mismatches = 0;
             for (int round = 0; round < 50; round++) {
-                MessageParcel data;
-                MessageParcel reply;
+                MessageParcel data, reply;
                 data.WriteInt32(client * 1000 + round);
                 mismatches += Send(proxy, data, reply) != 0 || reply.ReadInt32() != (client * 1000 + round) * 2;
             }
@@ -209,5 +198,86 @@ TEST(RemoteCallTest, ConcurrentClientsEachGetTheirOwnReply)
     for (auto &result : wrong) {
         EXPECT_EQ(result.get(), 0);
     }
+}
+
+// KillObject: a local object dies as if its process exited; proxies fail and their recipients are told once.
+TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnIpcThread)
+{
+    sptr<IRemoteObject> service =
+        new ScriptedStub([](uint32_t, MessageParcel &, MessageParcel &, auto &) { return 0; });
+    sptr<IRemoteObject> proxy = ProxyOf(service);
+    sptr<CountingRecipient> told = new CountingRecipient(), removed = new CountingRecipient();
+    bool selfRemoved = true;
+    sptr<CountingRecipient> remover = new CountingRecipient([&selfRemoved](CountingRecipient &self, const auto &dead) {
+        selfRemoved = dead.promote() != nullptr && dead.promote()->RemoveDeathRecipient(&self); // must not deadlock
+    });
+    EXPECT_FALSE(proxy->AddDeathRecipient(nullptr) || proxy->RemoveDeathRecipient(nullptr));
+    ASSERT_TRUE(proxy->AddDeathRecipient(removed) && proxy->AddDeathRecipient(told) &&
+                proxy->AddDeathRecipient(remover));
+    EXPECT_TRUE(proxy->RemoveDeathRecipient(removed));
+    EXPECT_FALSE(proxy->RemoveDeathRecipient(removed) || proxy->IsObjectDead());
+
+    HostIpc::KillObject(service);
+    EXPECT_TRUE(proxy->IsObjectDead());
+    EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
+    EXPECT_EQ(SendEmpty(service), 0) << "the local object itself still answers in its own process";
+    sptr<IRemoteObject> died;
+    EXPECT_NE(told->WaitForCalls(1, &died)[0], std::this_thread::get_id());
+    EXPECT_EQ(died, proxy);
+    remover->WaitForCalls(1);
+    EXPECT_FALSE(selfRemoved) << "already taken off the dead proxy";
+    EXPECT_FALSE(proxy->AddDeathRecipient(told) || proxy->RemoveDeathRecipient(told));
+
+    HostIpc::KillObject(ProxyOf(service)); // a second death is no news; killing through a proxy works as well
+    sptr<CountingRecipient> marker = new CountingRecipient();
+    sptr<IRemoteObject> other = new ScriptedStub();
+    sptr<IRemoteObject> otherProxy = ProxyOf(other); // held: a recipient lives only as long as its proxy
+    ASSERT_TRUE(otherProxy->AddDeathRecipient(marker));
+    HostIpc::KillObject(otherProxy);
+    marker->WaitForCalls(1); // deaths are told in order: anything more for `told` would have come by now
+    EXPECT_EQ(told->WaitForCalls(0).size(), 1u);
+    EXPECT_EQ(removed->WaitForCalls(0).size(), 0u);
+}
+
+TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBornDead)
+{
+    sptr<IRemoteObject> callback = new ScriptedStub();
+    HostIpc::KillObject(callback);
+    sptr<IRemoteObject> arrived;
+    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &data, MessageParcel &, auto &) {
+        arrived = data.ReadRemoteObject();
+        return 0;
+    });
+    MessageParcel data, reply;
+    ASSERT_TRUE(data.WriteRemoteObject(callback));
+    ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
+    ASSERT_NE(arrived, nullptr);
+    EXPECT_EQ(SendEmpty(arrived), ERR_DEAD_OBJECT);
+    EXPECT_FALSE(arrived->AddDeathRecipient(new CountingRecipient()));
+    for (int round = 0; round < 20; round++) {
+        sptr<IRemoteObject> fresh = new ScriptedStub();
+        ASSERT_FALSE(ProxyOf(fresh)->IsObjectDead()) << "round " << round;
+        HostIpc::KillObject(fresh);
+    }
+}
+
+TEST(DeathTest, RequestInFlightCompletesWhenItsTargetIsKilled)
+{
+    std::promise<void> entered, release;
+    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &reply, auto &) {
+        entered.set_value();
+        release.get_future().wait();
+        return reply.WriteInt32(6) ? 0 : -1;
+    });
+    sptr<IRemoteObject> proxy = ProxyOf(service);
+    auto call = std::async(std::launch::async, [proxy] {
+        MessageParcel data, reply;
+        return Send(proxy, data, reply) == 0 ? reply.ReadInt32() : -1;
+    });
+    entered.get_future().wait();
+    HostIpc::KillObject(service);
+    release.set_value();
+    EXPECT_EQ(call.get(), 6);
+    EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
 }
 } // namespace OHOS::TarnbyTest

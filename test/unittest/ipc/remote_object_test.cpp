@@ -4,10 +4,8 @@
 // Code that includes only iremote_object.h must be able to build a request.
 static_assert(sizeof(OHOS::MessageParcel) > 0, "iremote_object.h brings in MessageParcel");
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <chrono>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -18,32 +16,6 @@ static_assert(sizeof(OHOS::MessageParcel) > 0, "iremote_object.h brings in Messa
 
 namespace OHOS::TarnbyTest {
 namespace {
-// A remote object that is neither stub nor proxy, as application code may derive one.
-class BareObject : public IRemoteObject {
-public:
-    explicit BareObject(std::u16string descriptor) : IRemoteObject(std::move(descriptor)) {}
-    int32_t GetObjectRefCount() override
-    {
-        return 0;
-    }
-    int SendRequest(uint32_t, MessageParcel &, MessageParcel &, MessageOption &) override
-    {
-        return 0;
-    }
-    bool AddDeathRecipient(const sptr<DeathRecipient> &) override
-    {
-        return false;
-    }
-    bool RemoveDeathRecipient(const sptr<DeathRecipient> &) override
-    {
-        return false;
-    }
-    int Dump(int, const std::vector<std::u16string> &) override
-    {
-        return 0;
-    }
-};
-
 class DumpingStub : public IPCObjectStub {
 public:
     DumpingStub() : IPCObjectStub(u"test.Dumping") {}
@@ -53,17 +25,22 @@ public:
         return write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 17 : -1;
     }
 };
+
+uint64_t SteadyMilliseconds()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
 } // namespace
 
 TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
 {
-    sptr<IRemoteObject> bare = new BareObject(u"test.Bare");
-    EXPECT_EQ(bare->GetInterfaceDescriptor(), u"test.Bare");
-    EXPECT_EQ(bare->GetObjectDescriptor(), u"test.Bare");
-    EXPECT_TRUE(bare->IsProxyObject()) << "the base class counts as a proxy";
+    sptr<IRemoteObject> stub = new ScriptedStub(nullptr, u"test.Described");
+    EXPECT_EQ(stub->GetInterfaceDescriptor(), u"test.Described");
+    EXPECT_EQ(stub->GetObjectDescriptor(), u"test.Described");
+    EXPECT_TRUE(stub->IRemoteObject::IsProxyObject()) << "the base class counts as a proxy";
     EXPECT_EQ(sptr<IRemoteObject>(new IPCObjectProxy(5, u"test.Named"))->GetObjectDescriptor(), u"test.Named");
 
-    sptr<IRemoteObject> stub = new ScriptedStub(nullptr, u"test.Described");
     EXPECT_EQ(ProxyOf(stub)->GetInterfaceDescriptor(), u"test.Described") << "the proxy asks the other side";
     EXPECT_NE(ProxyOf(stub)->GetObjectDescriptor(), u"test.Described");
     sptr<IRemoteObject> unbound = new IPCObjectProxy(9999);
@@ -72,12 +49,16 @@ TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
     EXPECT_EQ(unbound->GetInterfaceDescriptor(), u"");
 }
 
-// Each reserved code, sent to the stub directly: its result and the words of its reply.
-TEST(RemoteObjectTest, StubAnswersTheReservedCodesItself)
+// Each reserved code, sent to the stub directly: its result and the words of its reply. Every request, reserved
+// or not, stamps the time it arrived.
+TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfAndRecordsWhenTheLastRequestArrived)
 {
     int handled = 0;
-    sptr<IRemoteObject> stub = new ScriptedStub(
-        [&handled](uint32_t, MessageParcel &, MessageParcel &, auto &) { return ++handled; }, u"test.Reserved");
+    auto *raw = new ScriptedStub([&handled](uint32_t, MessageParcel &, MessageParcel &, auto &) { return ++handled; },
+                                 u"test.Reserved");
+    sptr<IRemoteObject> stub = raw;
+    EXPECT_EQ(raw->GetLastRequestTime(), 0u);
+    uint64_t before = SteadyMilliseconds();
     struct {
         uint32_t code;
         int result;
@@ -90,8 +71,7 @@ TEST(RemoteObjectTest, StubAnswersTheReservedCodesItself)
                  {GET_PROTO_INFO, 0, {IRemoteObject::IF_PROT_BINDER}, u"test.Reserved"},
                  {SHELL_COMMAND_TRANSACTION, 1, {}, u""}};
     for (const auto &c : cases) {
-        MessageParcel data;
-        MessageParcel reply;
+        MessageParcel data, reply;
         EXPECT_EQ(Send(stub, data, reply, c.code), c.result) << std::hex << c.code;
         for (int32_t word : c.words) {
             EXPECT_EQ(reply.ReadInt32(), word) << std::hex << c.code;
@@ -100,6 +80,8 @@ TEST(RemoteObjectTest, StubAnswersTheReservedCodesItself)
         EXPECT_EQ(reply.GetReadableBytes(), 0u) << std::hex << c.code;
     }
     EXPECT_EQ(handled, 1) << "only the code the stub does not reserve reaches the handler";
+    EXPECT_GE(raw->GetLastRequestTime(), before);
+    EXPECT_LE(raw->GetLastRequestTime(), SteadyMilliseconds());
     EXPECT_EQ(SendEmpty(new IPCObjectStub(), 42), IPC_STUB_UNKNOW_TRANS_ERR);
     EXPECT_FALSE(stub->AddDeathRecipient(new CountingRecipient()));
     EXPECT_FALSE(stub->RemoveDeathRecipient(new CountingRecipient()));
@@ -107,24 +89,22 @@ TEST(RemoteObjectTest, StubAnswersTheReservedCodesItself)
 
 TEST(RemoteObjectTest, DumpHandsTheDescriptorAndArgumentsToDumpAndClosesItsCopy)
 {
-    int fds[2];
-    ASSERT_EQ(pipe2(fds, O_CLOEXEC), 0);
+    Pipe pipe;
+    int *fds = pipe.fds;
     sptr<IRemoteObject> stub = new DumpingStub();
     EXPECT_EQ(ProxyOf(stub)->Dump(fds[1], {u"state"}), 17);
     char text[6] = {};
     EXPECT_EQ(read(fds[0], text, 5), 5);
     EXPECT_STREQ(text, "state");
     {
-        MessageParcel badArgs;
-        MessageParcel reply;
+        MessageParcel badArgs, reply;
         badArgs.WriteFileDescriptor(fds[1]);
         badArgs.WriteInt32(-1); // a negative argument count
         EXPECT_EQ(Send(stub, badArgs, reply, DUMP_TRANSACTION), IPC_STUB_INVALID_DATA_ERR);
         EXPECT_EQ(badArgs.ReadFileDescriptor(), -1) << "the stub consumed the descriptor";
     }
-    close(fds[1]);
+    close(std::exchange(fds[1], -1));
     EXPECT_EQ(read(fds[0], text, 1), 0) << "every copy of the write end was closed";
-    close(fds[0]);
 }
 
 TEST(RemoteObjectTest, ProxyAsksTheOtherSideForTheReferenceCountAndGetsZeroWhenItCannot)
@@ -142,18 +122,7 @@ TEST(RemoteObjectTest, ProxyAsksTheOtherSideForTheReferenceCountAndGetsZeroWhenI
     EXPECT_EQ(proxy->GetObjectRefCount(), 0);
 }
 
-TEST(RemoteObjectTest, StubRecordsWhenTheLastRequestArrived)
-{
-    using namespace std::chrono;
-    auto now = [] { return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count(); };
-    sptr<IPCObjectStub> stub = new ScriptedStub([](uint32_t, MessageParcel &, MessageParcel &, auto &) { return 0; });
-    EXPECT_EQ(stub->GetLastRequestTime(), 0u);
-    uint64_t before = now();
-    SendEmpty(ProxyOf(stub));
-    EXPECT_GE(stub->GetLastRequestTime(), before);
-    EXPECT_LE(stub->GetLastRequestTime(), static_cast<uint64_t>(now()));
-}
-
+// The caller's identity as a handler sees it, also when a handler sets another one for its own nested request.
 TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
 {
     struct Seen {
@@ -185,27 +154,19 @@ TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
     HostIpc::ClearThreadIdentity();
     ASSERT_EQ(SendEmpty(ProxyOf(service)), 0);
     EXPECT_TRUE(seen.pid == ownPid && seen.uid == ownUid && seen.fullToken == IPCSkeleton::GetSelfFullTokenID());
-}
 
-TEST(RemoteObjectTest, IdentitySetInsideAHandlerDoesNotLeakIntoLaterRequests)
-{
-    pid_t innerSeen = 0;
-    sptr<IRemoteObject> inner = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
-        innerSeen = IPCSkeleton::GetCallingPid();
-        return 0;
-    });
     bool spoof = true;
     sptr<IRemoteObject> outer = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
         if (spoof) {
             HostIpc::SetThreadIdentity(777, 778);
         }
-        return SendEmpty(ProxyOf(inner));
+        return SendEmpty(ProxyOf(service));
     });
     ASSERT_EQ(SendEmpty(ProxyOf(outer)), 0);
-    EXPECT_EQ(innerSeen, 777);
+    EXPECT_EQ(seen.pid, 777);
     spoof = false;
     ASSERT_EQ(SendEmpty(ProxyOf(outer)), 0);
-    EXPECT_EQ(innerSeen, getpid());
+    EXPECT_EQ(seen.pid, ownPid) << "an identity set inside a handler does not leak into later requests";
 }
 
 TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
@@ -216,9 +177,9 @@ TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
     EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(-3));
     EXPECT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(16));
 
-    sptr<IRemoteObject> none;
-    EXPECT_FALSE(IPCSkeleton::SetContextObject(none));
-    sptr<IRemoteObject> first = new ScriptedStub();
+    sptr<IRemoteObject> first;
+    EXPECT_FALSE(IPCSkeleton::SetContextObject(first));
+    first = new ScriptedStub();
     sptr<IRemoteObject> second = new ScriptedStub();
     EXPECT_TRUE(IPCSkeleton::SetContextObject(first));
     EXPECT_EQ(IPCSkeleton::GetContextObject(), first);

@@ -39,8 +39,7 @@ protected:
     static int32_t Ask(int32_t id = SERVICE_ID)
     {
         sptr<IRemoteObject> remote = Manager()->GetSystemAbility(id);
-        MessageParcel data;
-        MessageParcel reply;
+        MessageParcel data, reply;
         return remote != nullptr && Send(remote, data, reply) == 0 ? reply.ReadInt32() : -1;
     }
 };
