@@ -25,18 +25,26 @@ const uint8_t HELLO[] = {0x68, 0x65, 0x6c, 0x6c, 0x6f};
 const uint8_t AB = 0xAB;
 const uint8_t EIGHT[] = {1, 2, 3, 4, 5, 6, 7, 8};
 
-std::string Text(bool value)
+std::string Join(const std::vector<std::string> &items, const char *separator)
+{
+    std::string out;
+    for (size_t i = 0; i < items.size(); i++) {
+        out += (i == 0 ? "" : separator) + items[i];
+    }
+    return out;
+}
+
+// Renderers in the files' notation. Those taking a call's result read the parcel after it, in their body.
+std::string B(bool value)
 {
     return value ? "true" : "false";
 }
 
-std::string Text(const std::string &text)
+std::string B(const std::string &results)
 {
-    return text;
+    return results;
 }
 
-// Renderers in the files' notation. Those taking a call's result read the parcel after it, in their body.
-const auto B = [](bool value) { return Text(value); };
 const auto N = [](long long value) { return std::to_string(value); };
 const auto Q = [](const std::string &text) { return "\"" + text + "\""; };
 // Golden strings are ASCII; a local narrowing keeps the converter under test out of the comparison.
@@ -44,29 +52,29 @@ const auto Q16 = [](const std::u16string &text) { return "u" + Q(std::string(tex
 const auto Buf = [](const uint8_t *data, size_t length) {
     return data == nullptr ? "nullptr" : "non-null -> " + (length == 0 ? "(0 bytes)" : Hex(data, length));
 };
-const auto Size = [](auto ok, const Parcel &p) { return Text(ok) + " size=" + N(p.GetDataSize()); };
+const auto Size = [](auto ok, const Parcel &p) { return B(ok) + " size=" + N(p.GetDataSize()); };
 const auto SizeCap = [](auto ok, const Parcel &p) { return Size(ok, p) + " cap=" + N(p.GetDataCapacity()); };
-const auto Cap = [](bool ok, const Parcel &p) { return B(ok) + " cap=" + N(p.GetDataCapacity()); };
 const auto Bytes = [](bool ok, const Parcel &p) { return Size(ok, p) + " bytes=" + Hex(p); };
+const auto Cap = [](bool ok, const Parcel &p) { return B(ok) + " cap=" + N(p.GetDataCapacity()); };
 const auto Tailed = [](bool ok, Parcel &p, size_t n) { return Size(ok, p) + " tail=" + Hex(p, p.GetDataSize() - n); };
+
+template <typename T, typename Show>
+std::string V(const std::vector<T> &items, Show show)
+{
+    std::vector<std::string> shown;
+    for (const T &item : items) {
+        shown.push_back(show(item));
+    }
+    return "v={" + Join(shown, ", ") + "}";
+}
 
 std::string R(std::initializer_list<bool> results)
 {
-    std::string out;
+    std::vector<std::string> shown;
     for (bool result : results) {
-        out += (out.empty() ? "" : ",") + B(result);
+        shown.push_back(B(result));
     }
-    return out;
-}
-
-template <typename T>
-std::string V(const std::vector<T> &items, std::string (*show)(T))
-{
-    std::string out;
-    for (const T &item : items) {
-        out += (out.empty() ? "" : ", ") + show(item);
-    }
-    return "v={" + out + "}";
+    return Join(shown, ",");
 }
 
 bool Fill(Parcel &p, size_t bytes)
@@ -162,34 +170,18 @@ struct Steps {
 };
 
 // Out-parameter reads: the result, then the value left in the out parameter.
-const auto Int32 = [](Parcel &p, int32_t v) {
-    bool ok = p.ReadInt32(v);
-    return Text(ok) + " v=" + N(v);
-};
-const auto Uint32 = [](Parcel &p, uint32_t v) {
-    bool ok = p.ReadUint32(v);
-    return Text(ok) + " v=" + N(v);
-};
-const auto Bool = [](Parcel &p, bool v) {
-    bool ok = p.ReadBool(v);
-    return Text(ok) + " b=" + B(v);
-};
-const auto Str = [](Parcel &p, std::string v) {
-    bool ok = p.ReadString(v);
-    return Text(ok) + " s=" + Q(v);
-};
-const auto Str16 = [](Parcel &p, std::u16string v) {
-    bool ok = p.ReadString16(v);
-    return Text(ok) + " s=" + Q16(v);
-};
-const auto U32Vec = [](Parcel &p, std::vector<uint32_t> v) {
-    bool ok = p.ReadUInt32Vector(&v);
-    return Text(ok) + " " + V<uint32_t>(v, [](uint32_t x) { return N(x); });
-};
-const auto StrVec = [](Parcel &p, std::vector<std::string> v) {
-    bool ok = p.ReadStringVector(&v);
-    return Text(ok) + " " + V<std::string>(v, [](std::string x) { return Q(x); });
-};
+#define OUT(T, read, shown)                                                                                            \
+    [](Parcel &p, T v) {                                                                                               \
+        bool ok = read;                                                                                                \
+        return B(ok) + " " + shown;                                                                                    \
+    }
+const auto Int32 = OUT(int32_t, p.ReadInt32(v), "v=" + N(v));
+const auto Uint32 = OUT(uint32_t, p.ReadUint32(v), "v=" + N(v));
+const auto Bool = OUT(bool, p.ReadBool(v), "b=" + B(v));
+const auto Str = OUT(std::string, p.ReadString(v), "s=" + Q(v));
+const auto Str16 = OUT(std::u16string, p.ReadString16(v), "s=" + Q16(v));
+const auto U32Vec = OUT(std::vector<uint32_t>, p.ReadUInt32Vector(&v), V(v, N));
+const auto StrVec = OUT(std::vector<std::string>, p.ReadStringVector(&v), V(v, Q));
 const auto Object = [](Parcel &p) {
     sptr<IntParcelable> object = p.ReadStrongParcelable<IntParcelable>();
     return object == nullptr ? "nullptr" : "object v=" + N(object->value_);
@@ -382,54 +374,46 @@ void Prepare(Parcel &p, const Row &row)
     ASSERT_TRUE(Fill(p, Number(hex, "(")));
 }
 
-} // namespace
-
-TEST(ParcelGoldenTest, EveryWriteRowGivesThePlatformBytes)
+// Runs `check` on every row of `file` with its replay; every replay must meet its row.
+template <typename Cases, typename Check>
+void Replay(const std::string &file, size_t rows, Cases cases, Check check)
 {
-    std::vector<Row> rows = LoadTable("parcel_vectors.tsv");
-    ASSERT_EQ(rows.size(), 67u);
-    auto cases = WriteCases();
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.at("case") + ": " + row.at("ops"));
+    std::vector<Row> table = LoadTable(file);
+    ASSERT_EQ(table.size(), rows);
+    for (const Row &row : table) {
+        SCOPED_TRACE(row.at("case") + ": " + row.at(row.count("ops") ? "ops" : "calls"));
         auto found = cases.find(row.at("case"));
         ASSERT_NE(found, cases.end()) << "no replay";
         Parcel parcel;
-        std::string returns = found->second(parcel);
-        std::string outcome = "returns " + returns + "; size " + N(parcel.GetDataSize());
-        std::string notes = row.at("notes") + ";";
-        EXPECT_EQ(notes.substr(0, notes.find(';', notes.find("; size") + 1)), outcome);
-        EXPECT_EQ(Hex(parcel), row.at("hex"));
+        check(row, parcel, found->second);
         cases.erase(found);
     }
     EXPECT_TRUE(cases.empty()) << cases.begin()->first << " replays no recorded row";
 }
+} // namespace
+
+TEST(ParcelGoldenTest, EveryWriteRowGivesThePlatformBytes)
+{
+    Replay("parcel_vectors.tsv", 67, WriteCases(), [](const Row &row, Parcel &parcel, const auto &replay) {
+        std::string outcome = "returns " + replay(parcel);
+        outcome += "; size " + N(parcel.GetDataSize());
+        std::string notes = row.at("notes") + ";";
+        EXPECT_EQ(notes.substr(0, notes.find(';', notes.find("; size") + 1)), outcome);
+        EXPECT_EQ(Hex(parcel), row.at("hex"));
+    });
+}
 
 TEST(ParcelGoldenTest, EveryReadRowBehavesAsOnThePlatform)
 {
-    std::vector<Row> rows = LoadTable("parcel_reads.tsv");
-    ASSERT_EQ(rows.size(), 71u);
-    auto cases = ReadCases();
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.at("case") + ": " + row.at("setup") + " | " + row.at("calls"));
-        auto found = cases.find(row.at("case"));
-        ASSERT_NE(found, cases.end()) << "no replay";
-        Parcel parcel;
+    Replay("parcel_reads.tsv", 71, ReadCases(), [](const Row &row, Parcel &parcel, const auto &replay) {
+        SCOPED_TRACE(row.at("setup"));
         Prepare(parcel, row);
         Steps steps{parcel, {}, {}, {}};
-        found->second(parcel, steps);
-        auto join = [](const std::vector<std::string> &items, const char *separator) {
-            std::string out;
-            for (const auto &item : items) {
-                out += (out.empty() ? "" : separator) + item;
-            }
-            return out;
-        };
-        std::vector<std::string> expected = {row.at("results"), row.at("readable_after"), row.at("pos_after")};
+        replay(parcel, steps);
         auto hardened = HARDENED.find(row.at("case"));
-        EXPECT_EQ(std::vector<std::string>(
-                      {join(steps.results, " ; "), join(steps.readable, ","), join(steps.positions, ",")}),
-                  hardened != HARDENED.end() ? hardened->second : expected);
-        cases.erase(found);
-    }
-    EXPECT_TRUE(cases.empty()) << cases.begin()->first << " replays no recorded row";
+        std::vector<std::string> expected = {row.at("results"), row.at("readable_after"), row.at("pos_after")};
+        std::vector<std::string> got = {Join(steps.results, " ; "), Join(steps.readable, ","),
+                                        Join(steps.positions, ",")};
+        EXPECT_EQ(got, hardened != HARDENED.end() ? hardened->second : expected);
+    });
 }
