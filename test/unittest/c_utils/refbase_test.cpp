@@ -4,6 +4,7 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "refbase.h"
 #include "singleton.h"
@@ -50,41 +51,42 @@ struct Both : public Left, public Right {
     std::atomic<int> *deaths_;
 };
 
+// Counts read in order, compared as one row.
+template <typename... T>
+std::vector<int> Counts(T... counts)
+{
+    return {static_cast<int>(counts)...};
+}
 } // namespace
 
 // Copies of one wptr share one weak reference; each new lineage and each sptr holds one.
-TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineage)
+TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWithTheLast)
 {
     std::string journal;
     sptr<Tracked> s = new Tracked(&journal);
     wptr<Tracked> w1 = s;
     wptr<Tracked> w2 = w1;
     wptr<Tracked> w3 = s;
-    EXPECT_EQ(s->GetSptrRefCount(), 1);
-    EXPECT_EQ(s->GetWptrRefCount(), 3);
-    EXPECT_EQ(w1.GetWeakRefCount(), 2);
-    EXPECT_EQ(w3.GetWeakRefCount(), 1);
-    EXPECT_EQ(s->GetRefCounter()->GetRefCount(), 3); // the object and two lineages
+    // strong, weak, the two lineages' counts, and the counter's own: the object and two lineages
+    EXPECT_EQ(Counts(s->GetSptrRefCount(), s->GetWptrRefCount(), w1.GetWeakRefCount(), w3.GetWeakRefCount(),
+                     s->GetRefCounter()->GetRefCount()),
+              Counts(1, 3, 2, 1, 3));
     w2 = w3;
-    EXPECT_EQ(w1.GetWeakRefCount(), 1);
-    EXPECT_EQ(w3.GetWeakRefCount(), 2);
+    EXPECT_EQ(Counts(w1.GetWeakRefCount(), w3.GetWeakRefCount()), Counts(1, 2));
     wptr<Tracked> moved = std::move(w1);
     EXPECT_EQ(w1.GetRefPtr(), nullptr);
     EXPECT_EQ(s->GetWptrRefCount(), 3);
 
     sptr<Tracked> promoted = w3.promote();
-    EXPECT_EQ(s->GetSptrRefCount(), 2);
-    EXPECT_EQ(s->GetWptrRefCount(), 4);
+    EXPECT_EQ(Counts(s->GetSptrRefCount(), s->GetWptrRefCount()), Counts(2, 4));
     promoted.clear();
     s.clear();
     EXPECT_EQ(journal, "FLD");
     EXPECT_EQ(w3.promote(), nullptr);
     EXPECT_EQ(w3.GetWeakRefCount(), 2); // the lineage outlives the object
-}
 
-TEST(RefBaseTest, ObjectHeldOnlyWeaklyGoesWithItsLastWeakPointer)
-{
-    std::string journal;
+    // An object held only weakly goes with its last weak pointer.
+    journal.clear();
     auto *raw = new Tracked(&journal);
     wptr<Tracked> weak = raw;
     {
@@ -147,7 +149,7 @@ TEST(RefBaseTest, WeakPointersFromDerivedAndSiblingTypes)
     EXPECT_EQ(late.promote(), nullptr);
 }
 
-TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReference)
+TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReferenceAndACounterCallbackReplacesTheDeletion)
 {
     std::string journal;
     auto *raw = new Tracked(&journal);
@@ -160,6 +162,16 @@ TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReference)
     EXPECT_NE(weak.promote(), nullptr);
     weak = nullptr;
     EXPECT_EQ(journal.back(), 'D');
+
+    // A callback set on the counter replaces the deletion.
+    journal.clear();
+    Tracked onStack(&journal);
+    int calls = 0;
+    onStack.GetRefCounter()->SetCallback([&calls] { calls++; });
+    EXPECT_TRUE(onStack.GetRefCounter()->IsRefPtrValid());
+    sptr<Tracked>(&onStack).clear();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(journal, "FL");
 }
 
 TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
@@ -181,20 +193,6 @@ TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
     EXPECT_EQ(raw->GetSptrRefCount(), 1);
     wrapped.clear();
     EXPECT_EQ(journal.back(), 'D');
-}
-
-TEST(RefBaseTest, ACallbackSetOnTheCounterReplacesTheDeletion)
-{
-    std::string journal;
-    Tracked onStack(&journal);
-    int calls = 0;
-    onStack.GetRefCounter()->SetCallback([&calls] { calls++; });
-    EXPECT_TRUE(onStack.GetRefCounter()->IsRefPtrValid());
-    {
-        sptr<Tracked> held = &onStack;
-    }
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(journal, "FL");
 }
 
 // Many rounds of: one thread drops the only strong reference while another promotes a weak one. Either the

@@ -18,8 +18,7 @@ namespace OHOS::TarnbyTest {
 TEST(RemoteCallTest, OneSharedProxyPerObjectThatRefusesCodesAboveTheUserRange)
 {
     int calls = 0;
-    sptr<IRemoteObject> stub =
-        new ScriptedStub([&calls](uint32_t, MessageParcel &, MessageParcel &, auto &) { return calls++; });
+    sptr<IRemoteObject> stub = new ScriptedStub([&calls](auto &&...) { return calls++; });
     sptr<IRemoteObject> proxy = ProxyOf(stub);
     ASSERT_NE(proxy, nullptr);
     EXPECT_TRUE(proxy != stub && proxy->IsProxyObject() && !stub->IsProxyObject());
@@ -52,7 +51,7 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
         bool blockIntact = false;
         uint8_t tail = 0;
     } seen;
-    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &data, MessageParcel &, auto &) {
+    sptr<IRemoteObject> service = new ScriptedStub([&](auto, MessageParcel &data, auto &...) {
         seen.readPosition = data.GetReadPosition();
         seen.maxCapacity = data.GetMaxCapacity();
         seen.fd = static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8));
@@ -104,7 +103,7 @@ TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriv
 {
     sptr<IRemoteObject> session = new ScriptedStub();
     bool writeReply = false;
-    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &reply, auto &) {
+    sptr<IRemoteObject> service = new ScriptedStub([&](auto, auto &, MessageParcel &reply, auto &...) {
         if (writeReply) {
             reply.WriteInt32(5);
             reply.WriteRemoteObject(session);
@@ -130,7 +129,7 @@ TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndRunsOnAnIpcThread)
 {
     std::promise<void> release;
     std::promise<std::thread::id> handled;
-    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &reply, auto &) {
+    sptr<IRemoteObject> service = new ScriptedStub([&](auto, auto &, MessageParcel &reply, auto &...) {
         release.get_future().wait();
         reply.WriteInt32(1);
         handled.set_value(std::this_thread::get_id());
@@ -154,7 +153,7 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
             reply.WriteInt32(data.ReadInt32() * 10 + static_cast<int32_t>(code));
             return 0;
         });
-    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &data, MessageParcel &reply, auto &) {
+    sptr<IRemoteObject> service = new ScriptedStub([&](auto, MessageParcel &data, MessageParcel &reply, auto &...) {
         serviceThread = std::this_thread::get_id();
         int32_t value = data.ReadInt32();
         sptr<IRemoteObject> callback = data.ReadRemoteObject();
@@ -179,7 +178,7 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
 TEST(RemoteCallTest, ConcurrentClientsEachGetTheirOwnReply)
 {
     sptr<IRemoteObject> proxy =
-        ProxyOf(new ScriptedStub([](uint32_t, MessageParcel &data, MessageParcel &reply, auto &) {
+        ProxyOf(new ScriptedStub([](auto, MessageParcel &data, MessageParcel &reply, auto &...) {
             reply.WriteInt32(data.ReadInt32() * 2);
             return 0;
         }));
@@ -203,8 +202,7 @@ TEST(RemoteCallTest, ConcurrentClientsEachGetTheirOwnReply)
 // KillObject: a local object dies as if its process exited; proxies fail and their recipients are told once.
 TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnIpcThread)
 {
-    sptr<IRemoteObject> service =
-        new ScriptedStub([](uint32_t, MessageParcel &, MessageParcel &, auto &) { return 0; });
+    sptr<IRemoteObject> service = new ScriptedStub([](auto &&...) { return 0; });
     sptr<IRemoteObject> proxy = ProxyOf(service);
     sptr<CountingRecipient> told = new CountingRecipient(), removed = new CountingRecipient();
     bool selfRemoved = true;
@@ -244,7 +242,7 @@ TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBo
     sptr<IRemoteObject> callback = new ScriptedStub();
     HostIpc::KillObject(callback);
     sptr<IRemoteObject> arrived;
-    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &data, MessageParcel &, auto &) {
+    sptr<IRemoteObject> service = new ScriptedStub([&](auto, MessageParcel &data, auto &...) {
         arrived = data.ReadRemoteObject();
         return 0;
     });
@@ -264,7 +262,7 @@ TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBo
 TEST(DeathTest, RequestInFlightCompletesWhenItsTargetIsKilled)
 {
     std::promise<void> entered, release;
-    sptr<IRemoteObject> service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &reply, auto &) {
+    sptr<IRemoteObject> service = new ScriptedStub([&](auto, auto &, MessageParcel &reply, auto &...) {
         entered.set_value();
         release.get_future().wait();
         return reply.WriteInt32(6) ? 0 : -1;

@@ -1,5 +1,5 @@
-// IRemoteObject, IPCObjectStub, IPCObjectProxy and IPCSkeleton: descriptors, the reserved codes a stub answers
-// itself, what a proxy asks the other side, and what a handler learns about its caller.
+// IRemoteObject, IPCObjectStub, IPCObjectProxy, IPCSkeleton and the brokers: descriptors, the reserved codes a stub
+// answers itself, what a proxy asks the other side, what a handler learns about its caller, and iface_cast.
 #include "iremote_object.h"
 // Code that includes only iremote_object.h must be able to build a request.
 static_assert(sizeof(OHOS::MessageParcel) > 0, "iremote_object.h brings in MessageParcel");
@@ -13,6 +13,9 @@ static_assert(sizeof(OHOS::MessageParcel) > 0, "iremote_object.h brings in Messa
 #include "ipc_object_proxy.h"
 #include "ipc_skeleton.h"
 #include "ipc_test_support.h"
+#include "iremote_broker.h"
+#include "iremote_proxy.h"
+#include "iremote_stub.h"
 
 namespace OHOS::TarnbyTest {
 namespace {
@@ -24,6 +27,47 @@ public:
         std::string text = args.empty() ? "" : std::string(args[0].begin(), args[0].end());
         return write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 17 : -1;
     }
+};
+
+class IGreeter : public IRemoteBroker {
+public:
+    DECLARE_INTERFACE_DESCRIPTOR(u"test.IGreeter");
+    virtual int32_t Greet(int32_t value) = 0;
+};
+
+// Doubles the value on the other side, after checking the token.
+class GreeterStub : public IRemoteStub<IGreeter> {
+public:
+    int32_t Greet(int32_t value) override
+    {
+        return value * 2;
+    }
+    int OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override
+    {
+        if (data.ReadInterfaceToken() != GetDescriptor()) {
+            return IPC_STUB_INVALID_DATA_ERR;
+        }
+        reply.WriteInt32(Greet(data.ReadInt32()));
+        return 0;
+    }
+};
+
+class GreeterProxy : public IRemoteProxy<IGreeter> {
+public:
+    explicit GreeterProxy(const sptr<IRemoteObject> &object) : IRemoteProxy<IGreeter>(object) {}
+    int32_t Greet(int32_t value) override
+    {
+        MessageParcel data, reply;
+        data.WriteInterfaceToken(GetDescriptor());
+        data.WriteInt32(value);
+        return Remote() != nullptr && Send(Remote(), data, reply) == 0 ? reply.ReadInt32() : -1;
+    }
+};
+
+BrokerDelegator<GreeterProxy> g_greeterDelegator;
+
+struct IUnregistered : public IRemoteBroker {
+    DECLARE_INTERFACE_DESCRIPTOR(u"test.IUnregistered");
 };
 
 uint64_t SteadyMilliseconds()
@@ -54,8 +98,7 @@ TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
 TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfAndRecordsWhenTheLastRequestArrived)
 {
     int handled = 0;
-    auto *raw = new ScriptedStub([&handled](uint32_t, MessageParcel &, MessageParcel &, auto &) { return ++handled; },
-                                 u"test.Reserved");
+    auto *raw = new ScriptedStub([&handled](auto &&...) { return ++handled; }, u"test.Reserved");
     sptr<IRemoteObject> stub = raw;
     EXPECT_EQ(raw->GetLastRequestTime(), 0u);
     uint64_t before = SteadyMilliseconds();
@@ -133,7 +176,7 @@ TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
         uint32_t stubToken;
     } seen{};
     sptr<IPCObjectStub> service;
-    service = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
+    service = new ScriptedStub([&](auto &&...) {
         seen = {IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid(), IPCSkeleton::GetCallingTokenID(),
                 IPCSkeleton::GetCallingFullTokenID(), service->GetCallingTokenID()};
         return 0;
@@ -156,7 +199,7 @@ TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
     EXPECT_TRUE(seen.pid == ownPid && seen.uid == ownUid && seen.fullToken == IPCSkeleton::GetSelfFullTokenID());
 
     bool spoof = true;
-    sptr<IRemoteObject> outer = new ScriptedStub([&](uint32_t, MessageParcel &, MessageParcel &, auto &) {
+    sptr<IRemoteObject> outer = new ScriptedStub([&](auto &&...) {
         if (spoof) {
             HostIpc::SetThreadIdentity(777, 778);
         }
@@ -185,5 +228,52 @@ TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
     EXPECT_EQ(IPCSkeleton::GetContextObject(), first);
     EXPECT_TRUE(IPCSkeleton::SetContextObject(second));
     EXPECT_EQ(IPCSkeleton::GetContextObject(), second);
+}
+
+// iface_cast and the broker registration: proxies are wrapped by the registered creator, local stubs answer with
+// their own interface only under their own descriptor, and the first registration of a descriptor wins.
+TEST(BrokerTest, ProxyIsWrappedAnewEachTimeAndALocalStubOnlyUnderItsOwnDescriptor)
+{
+    EXPECT_EQ(std::u16string(IGreeter::metaDescriptor_), u"test.IGreeter");
+    sptr<GreeterStub> stub = new GreeterStub();
+    sptr<IRemoteObject> proxy = ProxyOf(stub->AsObject());
+    sptr<IGreeter> first = iface_cast<IGreeter>(proxy);
+    sptr<IGreeter> second = iface_cast<IGreeter>(proxy);
+    ASSERT_TRUE(first != nullptr && second != nullptr);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first->AsObject(), proxy);
+    EXPECT_EQ(first->Greet(21), 42);
+    EXPECT_EQ(iface_cast<IGreeter>(nullptr), nullptr);
+    EXPECT_EQ(iface_cast<IUnregistered>(proxy), nullptr);
+
+    EXPECT_EQ(iface_cast<IGreeter>(stub->AsObject()).GetRefPtr(), static_cast<IGreeter *>(stub.GetRefPtr()));
+    EXPECT_EQ(iface_cast<IUnregistered>(stub->AsObject()), nullptr);
+    sptr<IRemoteObject> mislabelled = new IPCObjectStub(u"test.Other");
+    EXPECT_EQ(iface_cast<IGreeter>(mislabelled), nullptr);
+    EXPECT_EQ(mislabelled->AsInterface(), nullptr);
+}
+
+TEST(BrokerTest, FirstRegistrationWinsUnregisterRemovesAndAStubRefusesAnotherToken)
+{
+    auto &registration = BrokerRegistration::Get();
+    // A creator registered after GreeterProxy's must never be used.
+    auto late = [](const sptr<IRemoteObject> &) -> sptr<IRemoteBroker> { return nullptr; };
+    EXPECT_FALSE(registration.Register(IGreeter::GetDescriptor(), late, nullptr));
+    EXPECT_FALSE(registration.Register(u"", late, nullptr));
+    {
+        BrokerDelegator<GreeterProxy> loser; // its destructor must not unregister the winner
+    }
+    sptr<IRemoteObject> proxy = ProxyOf(new GreeterStub());
+    EXPECT_EQ(iface_cast<IGreeter>(proxy)->Greet(5), 10);
+
+    auto creator = [](const sptr<IRemoteObject> &object) -> sptr<IRemoteBroker> { return new GreeterProxy(object); };
+    ASSERT_TRUE(registration.Register(u"test.ITemporary", creator, nullptr));
+    EXPECT_NE(registration.NewInstance(u"test.ITemporary", proxy), nullptr);
+    registration.Unregister(u"test.ITemporary");
+    EXPECT_EQ(registration.NewInstance(u"test.ITemporary", proxy), nullptr);
+
+    MessageParcel data, reply;
+    data.WriteInterfaceToken(u"test.ISomethingElse");
+    EXPECT_EQ(Send(proxy, data, reply), IPC_STUB_INVALID_DATA_ERR);
 }
 } // namespace OHOS::TarnbyTest

@@ -27,11 +27,10 @@ protected:
     // Registers a service that answers `answer`.
     static sptr<IRemoteObject> Add(int32_t answer, int32_t id = SERVICE_ID)
     {
-        sptr<IRemoteObject> service =
-            new ScriptedStub([answer](uint32_t, MessageParcel &, MessageParcel &reply, auto &) {
-                reply.WriteInt32(answer);
-                return 0;
-            });
+        sptr<IRemoteObject> service = new ScriptedStub([answer](auto, auto &, MessageParcel &reply, auto &...) {
+            reply.WriteInt32(answer);
+            return 0;
+        });
         EXPECT_EQ(Manager()->AddSystemAbility(id, service), ERR_OK);
         return service;
     }
@@ -45,7 +44,7 @@ protected:
 };
 } // namespace
 
-TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyAndLookupsAreCounted)
+TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyUntilKilledAndLookupsAreCounted)
 {
     EXPECT_EQ(Ask(), -1);
     sptr<IRemoteObject> service = Add(31);
@@ -57,8 +56,16 @@ TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyAndLookupsAreCount
     EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID, ""), found);
     EXPECT_EQ(Ask(), 31);
     EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 5u);
-    Add(32); // a later registration replaces the earlier one
+    sptr<IRemoteObject> replacement = Add(32); // a later registration replaces the earlier one
     EXPECT_EQ(Ask(), 32);
+    sptr<IRemoteObject> before = Manager()->GetSystemAbility(SERVICE_ID);
+    HostIpc::KillObject(replacement); // a killed ability is dropped until it registers again
+    EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID), nullptr);
+    EXPECT_EQ(Manager()->CheckSystemAbility(SERVICE_ID), nullptr);
+    EXPECT_TRUE(before->IsObjectDead());
+    Add(33);
+    EXPECT_NE(Manager()->GetSystemAbility(SERVICE_ID), before);
+    EXPECT_EQ(Ask(), 33);
     HostSamgr::Reset();
     EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 0u);
     EXPECT_EQ(Ask(), -1);
@@ -80,7 +87,7 @@ TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedAndRemovalWorksOnce)
     EXPECT_NE(Manager()->RemoveSystemAbility(0), ERR_OK);
 }
 
-TEST_F(SamgrTest, UnavailableOrDroppedManagerKeepsItsRegistrations)
+TEST_F(SamgrTest, UnavailableOrDroppedManagerKeepsItsRegistrationsAndItsDescriptor)
 {
     Add(4);
     HostSamgr::SetManagerAvailable(false);
@@ -92,27 +99,10 @@ TEST_F(SamgrTest, UnavailableOrDroppedManagerKeepsItsRegistrations)
     HostSamgr::SetManagerAvailable(false);
     HostSamgr::Reset();
     EXPECT_NE(Manager(), nullptr) << "a reset makes the manager available again";
-}
-
-TEST_F(SamgrTest, KilledAbilityIsDroppedUntilItRegistersAgain)
-{
-    sptr<IRemoteObject> service = Add(1);
-    sptr<IRemoteObject> before = Manager()->GetSystemAbility(SERVICE_ID);
-    HostIpc::KillObject(service);
-    EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID), nullptr);
-    EXPECT_EQ(Manager()->CheckSystemAbility(SERVICE_ID), nullptr);
-    EXPECT_TRUE(before->IsObjectDead());
-    Add(2);
-    EXPECT_NE(Manager()->GetSystemAbility(SERVICE_ID), before);
-    EXPECT_EQ(Ask(), 2);
-}
-
-TEST_F(SamgrTest, ManagerDescriptorAndDefaultExtraProperties)
-{
     EXPECT_EQ(ISystemAbilityManager::GetDescriptor(), u"OHOS.ISystemAbilityManager");
+    EXPECT_EQ(SAMANAGER_INTERFACE_TOKEN, u"ohos.samgr.accessToken");
     ISystemAbilityManager::SAExtraProp prop;
     EXPECT_FALSE(prop.isDistributed);
     EXPECT_EQ(prop.dumpFlags, 8u);
-    EXPECT_EQ(SAMANAGER_INTERFACE_TOKEN, u"ohos.samgr.accessToken");
 }
 } // namespace OHOS::TarnbyTest
