@@ -1,5 +1,5 @@
-// MessageParcel and MessageOption in one process: token bytes, flat objects, descriptors, raw blocks and Append,
-// decoded by hand.
+// MessageParcel and MessageOption in one process: token bytes, flat objects, descriptors, raw blocks, Append and
+// the default maximum, decoded by hand.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -30,7 +30,7 @@ bool SamePipe(int writer, int reader)
 }
 } // namespace
 
-TEST(MessageParcelTest, InterfaceTokenHasPolicyWorkSourceAndNameAndReadingIgnoresTheHeaderWords)
+TEST(MessageParcelTest, InterfaceTokenExceptionWordAndPrintedBytes)
 {
     MessageParcel parcel;
     ASSERT_TRUE(parcel.WriteInterfaceToken(u"ohos.ITarnby.ITarnbyService"));
@@ -46,6 +46,19 @@ TEST(MessageParcelTest, InterfaceTokenHasPolicyWorkSourceAndNameAndReadingIgnore
     other.WriteInt32(99);
     EXPECT_EQ(other.ReadInterfaceToken(), u"");
     EXPECT_EQ(other.GetReadPosition(), 8u);
+
+    MessageParcel reply;
+    reply.WriteNoException();
+    reply.WriteInt32(-3);
+    reply.WriteString16(u"failed");
+    reply.WriteInt32(42);
+    EXPECT_EQ(Hex(reply).substr(0, 8), "00000000");
+    EXPECT_EQ((std::vector<int32_t>{reply.ReadException(), reply.ReadException(), reply.ReadInt32()}),
+              (std::vector<int32_t>{0, -3, 42}));
+
+    LogCapture capture;
+    other.PrintBuffer("Caller", 42);
+    EXPECT_TRUE(capture.Contains("Caller:42 size 8 data ffffffff63000000"));
 }
 
 TEST(MessageParcelTest, StubIsAFlatBinderHeldByTheParcelAndAbsentObjectsConsumeNothing)
@@ -89,9 +102,9 @@ TEST(MessageParcelTest, DescriptorIsDuplicatedOnWriteAndEveryReadAndClosesWithTh
         EXPECT_TRUE(SamePipe(first, pipe.fds[0]) && SamePipe(second, pipe.fds[0]));
         close(first);
         close(second);
-        EXPECT_TRUE((fcntl(held, F_GETFD) != -1));
+        EXPECT_NE(fcntl(held, F_GETFD), -1);
     }
-    EXPECT_FALSE((fcntl(held, F_GETFD) != -1));
+    EXPECT_EQ(fcntl(held, F_GETFD), -1);
 }
 
 TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
@@ -126,25 +139,6 @@ TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
     EXPECT_EQ(std::memcmp(mapped, above.data(), above.size()), 0);
 }
 
-TEST(MessageParcelTest, ExceptionWordAndDefaultMaximum)
-{
-    MessageParcel parcel;
-    parcel.WriteNoException();
-    parcel.WriteInt32(-3);
-    parcel.WriteString16(u"failed");
-    parcel.WriteInt32(42);
-    EXPECT_EQ(Hex(parcel).substr(0, 8), "00000000");
-    EXPECT_EQ(parcel.ReadException(), 0);
-    EXPECT_EQ(parcel.ReadException(), -3);
-    EXPECT_EQ(parcel.ReadInt32(), 42);
-
-    MessageParcel big;
-    EXPECT_EQ(big.GetMaxCapacity(), 204800u);
-    std::vector<uint8_t> block(204800);
-    EXPECT_FALSE(big.WriteBuffer(block.data(), block.size() + 4));
-    EXPECT_TRUE(big.WriteBuffer(block.data(), block.size()));
-}
-
 TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
 {
     Pipe pipe;
@@ -159,8 +153,7 @@ TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
     target.WriteInt32(-1);
     ASSERT_TRUE(target.Append(source));
     EXPECT_EQ(target.GetDataSize(), 4 + 4 + 2 * FLAT_SIZE + 4) << "padded to 4";
-    EXPECT_EQ(target.ReadInt32(), -1);
-    EXPECT_EQ(target.ReadInt32(), 7);
+    EXPECT_EQ((std::vector<int32_t>{target.ReadInt32(), target.ReadInt32()}), (std::vector<int32_t>{-1, 7}));
     EXPECT_EQ(target.ReadRemoteObject(), stub);
     EXPECT_NE(HandleAt(target, 8 + FLAT_SIZE), HandleAt(source, 4 + FLAT_SIZE)) << "the target holds its own copy";
     int fd = target.ReadFileDescriptor();
@@ -174,26 +167,19 @@ TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
     EXPECT_EQ(source.ReadRemoteObject(), stub);
 
     MessageParcel full;
-    std::vector<uint8_t> block(204800 - 4);
-    ASSERT_TRUE(full.WriteBuffer(block.data(), block.size()));
+    EXPECT_EQ(full.GetMaxCapacity(), 204800u);
+    std::vector<uint8_t> block(204800);
+    EXPECT_FALSE(full.WriteBuffer(block.data(), block.size() + 4));
+    ASSERT_TRUE(full.WriteBuffer(block.data(), block.size() - 4));
     EXPECT_FALSE(full.Append(source));
-    EXPECT_EQ(full.GetDataSize(), block.size()) << "nothing is added when it does not fit";
-}
-
-TEST(MessageParcelTest, PrintBufferLogsCallerSizeAndBytes)
-{
-    LogCapture capture;
-    MessageParcel parcel;
-    parcel.WriteInt32(0x0a0b0c0d);
-    parcel.PrintBuffer("Caller", 42);
-    EXPECT_TRUE(capture.Contains("Caller:42 size 4 data 0d0c0b0a"));
+    EXPECT_EQ(full.GetDataSize(), block.size() - 4) << "nothing is added when it does not fit";
+    EXPECT_TRUE(full.WriteInt32(0)) << "the default maximum is reached exactly";
 }
 
 TEST(MessageOptionTest, ConstructorKeepsValuesFlagsOnlyAddAndWaitTimeIsClampedLater)
 {
     MessageOption option;
-    EXPECT_EQ(option.GetFlags(), 0);
-    EXPECT_EQ(option.GetWaitTime(), 8);
+    EXPECT_EQ(std::pair(option.GetFlags(), option.GetWaitTime()), std::pair(0, 8));
     EXPECT_EQ(MessageOption(1, 5000).GetWaitTime(), 5000);
     EXPECT_EQ(MessageOption(0, -4).GetWaitTime(), -4);
     MessageOption async(MessageOption::TF_ASYNC);
