@@ -82,8 +82,8 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     EXPECT_NE(seen.fd, pipe.fds[1]);
     EXPECT_NE(seen.fd, static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8)));
     // The number may be reused at once by another thread's descriptor; it must no longer be this pipe.
-    struct stat pipeStat {};
-    struct stat receivedStat {};
+    struct stat pipeStat {
+    }, receivedStat{};
     ASSERT_EQ(fstat(pipe.fds[1], &pipeStat), 0);
     EXPECT_FALSE(fstat(seen.fd, &receivedStat) == 0 && receivedStat.st_ino == pipeStat.st_ino &&
                  receivedStat.st_dev == pipeStat.st_dev)
@@ -92,9 +92,7 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     EXPECT_EQ(read(pipe.fds[0], text, 4), 4);
     EXPECT_STREQ(text, "ping");
     ASSERT_NE(seen.first, nullptr);
-    EXPECT_TRUE(seen.first->IsProxyObject());
-    EXPECT_EQ(seen.first, seen.second);
-    EXPECT_EQ(seen.first, ProxyOf(callback));
+    EXPECT_TRUE(seen.first->IsProxyObject() && seen.first == seen.second && seen.first == ProxyOf(callback));
     EXPECT_TRUE(seen.blockIntact);
     EXPECT_EQ(seen.tail, 9);
 }
@@ -118,8 +116,7 @@ TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriv
     MessageParcel reply;
     reply.WriteInt32(99); // the reply is appended after what the caller already had
     EXPECT_EQ(Send(ProxyOf(service), data, reply), 0);
-    EXPECT_EQ(reply.ReadInt32(), 99);
-    EXPECT_EQ(reply.ReadInt32(), 5);
+    EXPECT_EQ((std::vector<int32_t>{reply.ReadInt32(), reply.ReadInt32()}), (std::vector<int32_t>{99, 5}));
     EXPECT_EQ(reply.ReadRemoteObject(), ProxyOf(session));
     MessageParcel direct;
     EXPECT_EQ(Send(service, data, direct), 77) << "called in-process, the stub's result is returned as it is";
@@ -155,21 +152,17 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
         });
     sptr<IRemoteObject> service = new ScriptedStub([&](auto, MessageParcel &data, MessageParcel &reply, auto &...) {
         serviceThread = std::this_thread::get_id();
-        int32_t value = data.ReadInt32();
-        sptr<IRemoteObject> callback = data.ReadRemoteObject();
         MessageParcel request, answer;
-        request.WriteInt32(value + 1);
+        request.WriteInt32(data.ReadInt32() + 1);
+        sptr<IRemoteObject> callback = data.ReadRemoteObject();
         reply.WriteInt32(callback == nullptr ? -1 : Send(callback, request, answer, 3));
         reply.WriteInt32(answer.ReadInt32());
         return 0;
     });
-    MessageParcel data;
-    data.WriteInt32(4);
-    data.WriteRemoteObject(clientCallback);
-    MessageParcel reply;
+    MessageParcel data, reply;
+    ASSERT_TRUE(data.WriteInt32(4) && data.WriteRemoteObject(clientCallback));
     ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
-    EXPECT_EQ(reply.ReadInt32(), 0);
-    EXPECT_EQ(reply.ReadInt32(), 53);
+    EXPECT_EQ((std::vector<int32_t>{reply.ReadInt32(), reply.ReadInt32()}), (std::vector<int32_t>{0, 53}));
     EXPECT_NE(serviceThread, std::this_thread::get_id());
     EXPECT_NE(callbackThread, std::this_thread::get_id());
     EXPECT_NE(callbackThread, serviceThread);
