@@ -15,7 +15,6 @@
 using namespace OHOS;
 
 namespace {
-
 // Writes `values`, checks the bytes, reads them back from a fresh cursor and checks the cursor ends on the data end.
 template <typename T>
 void ExpectVector(bool (Parcel::*write)(const std::vector<T> &), bool (Parcel::*read)(std::vector<T> *),
@@ -30,6 +29,8 @@ void ExpectVector(bool (Parcel::*write)(const std::vector<T> &), bool (Parcel::*
     EXPECT_EQ(parcel.GetReadPosition(), parcel.GetDataSize());
 }
 
+#define VECTOR(Name, T, ...) ExpectVector<T>(&Parcel::Write##Name##Vector, &Parcel::Read##Name##Vector, __VA_ARGS__)
+
 // A parcel that records binder objects like the IPC layer does.
 class ObjectParcel : public Parcel {
 public:
@@ -41,19 +42,16 @@ public:
     }
 };
 
-// Reads a whole flat object as the record's value.
+// Reads a whole flat object as the record's value (copied out: the data is only 4-byte aligned).
 struct Handle : public RefBase {
     uint64_t handle = 0;
     static Handle *Unmarshalling(Parcel &parcel)
     {
-        const uint8_t *data = parcel.ReadBuffer(sizeof(parcel_flat_binder_object));
-        if (data == nullptr) {
-            return nullptr;
+        const auto *flat = parcel.ReadBuffer(sizeof(parcel_flat_binder_object));
+        auto *out = flat == nullptr ? nullptr : new Handle();
+        if (out != nullptr) {
+            memcpy(&out->handle, flat + offsetof(parcel_flat_binder_object, handle), sizeof(out->handle));
         }
-        parcel_flat_binder_object flat; // the data is only 4-byte aligned
-        memcpy(&flat, data, sizeof(flat));
-        auto *out = new Handle();
-        out->handle = flat.handle;
         return out;
     }
 };
@@ -77,31 +75,23 @@ struct JournalAllocator : public DefaultAllocator {
         DefaultAllocator::Dealloc(data);
     }
 };
-
 } // namespace
 
 // bool and int16 are widened to words like their scalar writers; int8, uint8 and uint16 are packed and padded once.
 TEST(ParcelVectorTest, EveryElementTypeHasThePlatformWidth)
 {
-    ExpectVector<int16_t>(&Parcel::WriteInt16Vector, &Parcel::ReadInt16Vector, {1, -2, 3},
-                          "0300000001000000feffffff03000000");
-    ExpectVector<bool>(&Parcel::WriteBoolVector, &Parcel::ReadBoolVector, {true, false, true},
-                       "03000000010000000000000001000000");
-    ExpectVector<int8_t>(&Parcel::WriteInt8Vector, &Parcel::ReadInt8Vector, {1, -2, 3}, "0300000001fe0300");
-    ExpectVector<uint8_t>(&Parcel::WriteUInt8Vector, &Parcel::ReadUInt8Vector, {1, 2, 3, 4, 5},
-                          "050000000102030405000000");
-    ExpectVector<uint16_t>(&Parcel::WriteUInt16Vector, &Parcel::ReadUInt16Vector, {1, 0xfffe, 3},
-                           "030000000100feff03000000");
-    ExpectVector<int32_t>(&Parcel::WriteInt32Vector, &Parcel::ReadInt32Vector, {7, -1}, "0200000007000000ffffffff");
-    ExpectVector<uint32_t>(&Parcel::WriteUInt32Vector, &Parcel::ReadUInt32Vector, {}, "00000000");
-    ExpectVector<int64_t>(&Parcel::WriteInt64Vector, &Parcel::ReadInt64Vector, {1, -2},
-                          "020000000100000000000000feffffffffffffff");
-    ExpectVector<uint64_t>(&Parcel::WriteUInt64Vector, &Parcel::ReadUInt64Vector, {0x0102030405060708},
-                           "010000000807060504030201");
-    ExpectVector<float>(&Parcel::WriteFloatVector, &Parcel::ReadFloatVector, {1.0f, -2.0f}, "020000000000803f000000c0");
-    ExpectVector<double>(&Parcel::WriteDoubleVector, &Parcel::ReadDoubleVector, {1.0}, "01000000000000000000f03f");
-    ExpectVector<std::u16string>(&Parcel::WriteString16Vector, &Parcel::ReadString16Vector, {u"ab"},
-                                 "01000000020000006100620000000000");
+    VECTOR(Int16, int16_t, {1, -2, 3}, "0300000001000000feffffff03000000");
+    VECTOR(Bool, bool, {true, false, true}, "03000000010000000000000001000000");
+    VECTOR(Int8, int8_t, {1, -2, 3}, "0300000001fe0300");
+    VECTOR(UInt8, uint8_t, {1, 2, 3, 4, 5}, "050000000102030405000000");
+    VECTOR(UInt16, uint16_t, {1, 0xfffe, 3}, "030000000100feff03000000");
+    VECTOR(Int32, int32_t, {7, -1}, "0200000007000000ffffffff");
+    VECTOR(UInt32, uint32_t, {}, "00000000");
+    VECTOR(Int64, int64_t, {1, -2}, "020000000100000000000000feffffffffffffff");
+    VECTOR(UInt64, uint64_t, {0x0102030405060708}, "010000000807060504030201");
+    VECTOR(Float, float, {1.0f, -2.0f}, "020000000000803f000000c0");
+    VECTOR(Double, double, {1.0}, "01000000000000000000f03f");
+    VECTOR(String16, std::u16string, {u"ab"}, "01000000020000006100620000000000");
 }
 
 // A count is refused, consumed and with the vector untouched, unless count elements of their wire size fit.
@@ -163,21 +153,19 @@ TEST(ParcelWriteTest, BufferWithTerminatorCountsTheTerminatorInItsSize)
     }
 }
 
-TEST(ParcelWriteTest, CursorsAfterParseFromAndRewind)
+TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindAndUnalignedBools)
 {
     auto *block = static_cast<uint8_t *>(malloc(8));
     memcpy(block, "\x07\0\0\0\x08\0\0\0", 8);
     Parcel parcel;
     ASSERT_TRUE(parcel.ParseFrom(reinterpret_cast<uintptr_t>(block), 8));
-    EXPECT_EQ(parcel.GetWritePosition(), 0u);
-    EXPECT_EQ(parcel.GetReadPosition(), 0u);
-    EXPECT_EQ(parcel.GetDataSize(), 8u);
-    EXPECT_EQ(parcel.GetDataCapacity(), 8u);
-    EXPECT_EQ(parcel.GetReadableBytes(), 8u);
+    // write and read positions, data size, capacity, readable bytes
+    EXPECT_EQ((std::vector<size_t>{parcel.GetWritePosition(), parcel.GetReadPosition(), parcel.GetDataSize(),
+                                   parcel.GetDataCapacity(), parcel.GetReadableBytes()}),
+              (std::vector<size_t>{0, 0, 8, 8, 8}));
     EXPECT_FALSE(parcel.WriteInt32(1));
     EXPECT_FALSE(parcel.SetDataCapacity(64));
-    EXPECT_EQ(parcel.ReadInt32(), 7);
-    EXPECT_EQ(parcel.ReadInt32(), 8);
+    EXPECT_EQ((std::vector<int32_t>{parcel.ReadInt32(), parcel.ReadInt32()}), (std::vector<int32_t>{7, 8}));
     parcel.FlushBuffer();
     EXPECT_TRUE(parcel.WriteInt32(1));
     EXPECT_TRUE(parcel.WriteInt32(2));
@@ -185,19 +173,14 @@ TEST(ParcelWriteTest, CursorsAfterParseFromAndRewind)
     ASSERT_TRUE(parcel.RewindWrite(4));
     EXPECT_TRUE(parcel.WriteInt32(3));
     EXPECT_EQ(Hex(parcel), "0100000003000000");
-}
 
-TEST(ParcelReadTest, UnalignedBoolIsAnyNonZeroByte)
-{
-    Parcel parcel;
+    Parcel bytes; // an unaligned bool is any non-zero byte
     for (uint8_t byte : {2, 0, 1, 0xff}) {
-        ASSERT_TRUE(parcel.WriteUint8Unaligned(byte));
+        ASSERT_TRUE(bytes.WriteUint8Unaligned(byte));
     }
-    EXPECT_TRUE(parcel.ReadBoolUnaligned());
-    EXPECT_FALSE(parcel.ReadBoolUnaligned());
-    EXPECT_TRUE(parcel.ReadBoolUnaligned());
-    EXPECT_TRUE(parcel.ReadBoolUnaligned());
-    EXPECT_FALSE(parcel.ReadBoolUnaligned()); // nothing left
+    EXPECT_EQ((std::vector<bool>{bytes.ReadBoolUnaligned(), bytes.ReadBoolUnaligned(), bytes.ReadBoolUnaligned(),
+                                 bytes.ReadBoolUnaligned(), bytes.ReadBoolUnaligned()}),
+              (std::vector<bool>{true, false, true, true, false})); // the last finds nothing left
 }
 
 // Reads may take a recorded binder object whole, never a part of it.
