@@ -53,40 +53,29 @@ inline int SendEmpty(const sptr<IRemoteObject> &remote, uint32_t code = 1)
     return Send(remote, data, reply, code);
 }
 
-// Records the thread of every call and the object that died; `action` runs first.
-class CountingRecipient : public IRemoteObject::DeathRecipient {
-public:
-    explicit CountingRecipient(std::function<void(CountingRecipient &, const wptr<IRemoteObject> &)> action = {}) :
-        action_(std::move(action))
-    {
-    }
+// Records the thread and the dead object of every call; `action` runs first.
+struct CountingRecipient : public IRemoteObject::DeathRecipient {
+    std::function<void(CountingRecipient &, const wptr<IRemoteObject> &)> action;
+    std::mutex mutex;
+    std::condition_variable called;
+    std::vector<std::pair<std::thread::id, sptr<IRemoteObject>>> calls;
+
     void OnRemoteDied(const wptr<IRemoteObject> &object) override
     {
-        if (action_) {
-            action_(*this, object);
+        if (action) {
+            action(*this, object);
         }
-        std::lock_guard<std::mutex> lock(mutex_);
-        threads_.push_back(std::this_thread::get_id());
-        died_ = object.promote();
-        called_.notify_all();
+        std::lock_guard<std::mutex> lock(mutex);
+        calls.emplace_back(std::this_thread::get_id(), object.promote());
+        called.notify_all();
     }
-    // Waits for `count` calls; returns the threads of all calls so far and the object of the last.
-    std::vector<std::thread::id> WaitForCalls(size_t count, sptr<IRemoteObject> *died = nullptr)
+    // Waits for `count` calls and returns all calls so far.
+    auto WaitForCalls(size_t count)
     {
-        std::unique_lock<std::mutex> lock(mutex_);
-        called_.wait(lock, [this, count] { return threads_.size() >= count; });
-        if (died != nullptr) {
-            *died = died_;
-        }
-        return threads_;
+        std::unique_lock<std::mutex> lock(mutex);
+        called.wait(lock, [this, count] { return calls.size() >= count; });
+        return calls;
     }
-
-private:
-    std::function<void(CountingRecipient &, const wptr<IRemoteObject> &)> action_;
-    std::mutex mutex_;
-    std::condition_variable called_;
-    std::vector<std::thread::id> threads_;
-    sptr<IRemoteObject> died_;
 };
 
 // A pipe whose ends close with it; an end closed earlier is set to -1.

@@ -199,9 +199,10 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
     sptr<IRemoteObject> proxy = ProxyOf(service);
     sptr<CountingRecipient> told = new CountingRecipient(), removed = new CountingRecipient();
     bool selfRemoved = true;
-    sptr<CountingRecipient> remover = new CountingRecipient([&selfRemoved](CountingRecipient &self, const auto &dead) {
+    sptr<CountingRecipient> remover = new CountingRecipient();
+    remover->action = [&selfRemoved](CountingRecipient &self, const auto &dead) {
         selfRemoved = dead.promote() != nullptr && dead.promote()->RemoveDeathRecipient(&self); // must not deadlock
-    });
+    };
     EXPECT_FALSE(proxy->AddDeathRecipient(nullptr) || proxy->RemoveDeathRecipient(nullptr));
     ASSERT_TRUE(proxy->AddDeathRecipient(removed) && proxy->AddDeathRecipient(told) &&
                 proxy->AddDeathRecipient(remover));
@@ -212,9 +213,8 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
     EXPECT_TRUE(proxy->IsObjectDead());
     EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
     EXPECT_EQ(SendEmpty(service), 0) << "the local object itself still answers in its own process";
-    sptr<IRemoteObject> died;
-    EXPECT_NE(told->WaitForCalls(1, &died)[0], std::this_thread::get_id());
-    EXPECT_EQ(died, proxy);
+    auto calls = told->WaitForCalls(1);
+    EXPECT_TRUE(calls[0].first != std::this_thread::get_id() && calls[0].second == proxy);
     remover->WaitForCalls(1);
     EXPECT_FALSE(selfRemoved) << "already taken off the dead proxy";
     EXPECT_FALSE(proxy->AddDeathRecipient(told) || proxy->RemoveDeathRecipient(told));
