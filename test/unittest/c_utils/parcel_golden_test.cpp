@@ -8,6 +8,7 @@
 #include <functional>
 #include <initializer_list>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,15 +25,6 @@ const uint8_t BYTES[] = {0x11, 0x22, 0x33, 0x44, 0x55};
 const uint8_t HELLO[] = {0x68, 0x65, 0x6c, 0x6c, 0x6f};
 const uint8_t AB = 0xAB;
 const uint8_t EIGHT[] = {1, 2, 3, 4, 5, 6, 7, 8};
-
-std::string Join(const std::vector<std::string> &items, const char *separator)
-{
-    std::string out;
-    for (size_t i = 0; i < items.size(); i++) {
-        out += (i == 0 ? "" : separator) + items[i];
-    }
-    return out;
-}
 
 // Renderers in the files' notation. Those taking a call's result read the parcel after it, in their body.
 std::string B(bool value)
@@ -58,23 +50,23 @@ const auto Bytes = [](bool ok, const Parcel &p) { return Size(ok, p) + " bytes="
 const auto Cap = [](bool ok, const Parcel &p) { return B(ok) + " cap=" + N(p.GetDataCapacity()); };
 const auto Tailed = [](bool ok, Parcel &p, size_t n) { return Size(ok, p) + " tail=" + Hex(p, p.GetDataSize() - n); };
 
-template <typename T, typename Show>
-std::string V(const std::vector<T> &items, Show show)
+template <typename Items, typename Show>
+std::string Join(const Items &items, const char *separator, Show show)
 {
-    std::vector<std::string> shown;
-    for (const T &item : items) {
-        shown.push_back(show(item));
+    std::string out;
+    const char *gap = "";
+    for (const auto &item : items) {
+        out += gap + show(item);
+        gap = separator;
     }
-    return "v={" + Join(shown, ", ") + "}";
+    return out;
 }
+
+const auto V = [](const auto &items, auto show) { return "v={" + Join(items, ", ", show) + "}"; };
 
 std::string R(std::initializer_list<bool> results)
 {
-    std::vector<std::string> shown;
-    for (bool result : results) {
-        shown.push_back(B(result));
-    }
-    return Join(shown, ",");
+    return Join(results, ",", [](bool result) { return B(result); });
 }
 
 bool Fill(Parcel &p, size_t bytes)
@@ -88,10 +80,9 @@ bool Fill(Parcel &p, size_t bytes)
 
 // ---------------------------------------------------------------- write rows (parcel_vectors.tsv)
 
-#define ROW(name, ...)                                                                                                 \
-    {                                                                                                                  \
-        name, [](Parcel &p) { return R({__VA_ARGS__}); }                                                               \
-    }
+// clang-format off
+#define ROW(name, ...) {name, [](Parcel &p) { return R({__VA_ARGS__}); }}
+// clang-format on
 
 std::map<std::string, std::function<std::string(Parcel &)>> WriteCases()
 {
@@ -158,13 +149,14 @@ std::map<std::string, std::function<std::string(Parcel &)>> WriteCases()
 // Outcomes of a row's calls, each with the readable bytes and the read position right after it.
 struct Steps {
     Parcel &p;
-    std::vector<std::string> results, readable, positions;
+    std::string results, readable, positions;
 
     Steps &operator<<(const std::string &result)
     {
-        results.push_back(result);
-        readable.push_back(N(p.GetReadableBytes()));
-        positions.push_back(N(p.GetReadPosition()));
+        bool first = readable.empty();
+        results += (first ? "" : " ; ") + result;
+        readable += (first ? "" : ",") + N(p.GetReadableBytes());
+        positions += (first ? "" : ",") + N(p.GetReadPosition());
         return *this;
     }
 };
@@ -196,10 +188,9 @@ const auto RawData = [](Parcel &p) {
     return size + ", " + Buf(p.ReadUnpadBuffer(5), 5);
 };
 
-#define CALLS(name, ...)                                                                                               \
-    {                                                                                                                  \
-        name, [](Parcel &p, Steps &s) { s << __VA_ARGS__; }                                                            \
-    }
+// clang-format off
+#define CALLS(name, ...) {name, [](Parcel &p, Steps &s) { s << __VA_ARGS__; }}
+// clang-format on
 
 std::map<std::string, std::function<void(Parcel &, Steps &)>> ReadCases()
 {
@@ -320,9 +311,9 @@ std::vector<Row> LoadTable(const std::string &name)
             continue;
         }
         std::vector<std::string> fields;
-        for (size_t start = 0, tab = 0; tab != std::string::npos; start = tab + 1) {
-            tab = line.find('\t', start);
-            fields.push_back(line.substr(start, tab == std::string::npos ? tab : tab - start));
+        std::istringstream cells(line);
+        for (std::string cell; std::getline(cells, cell, '\t');) {
+            fields.push_back(cell);
         }
         if (header.empty()) {
             header = fields;
@@ -408,12 +399,11 @@ TEST(ParcelGoldenTest, EveryReadRowBehavesAsOnThePlatform)
     Replay("parcel_reads.tsv", 71, ReadCases(), [](const Row &row, Parcel &parcel, const auto &replay) {
         SCOPED_TRACE(row.at("setup"));
         Prepare(parcel, row);
-        Steps steps{parcel, {}, {}, {}};
+        Steps steps{parcel, "", "", ""};
         replay(parcel, steps);
         auto hardened = HARDENED.find(row.at("case"));
         std::vector<std::string> expected = {row.at("results"), row.at("readable_after"), row.at("pos_after")};
-        std::vector<std::string> got = {Join(steps.results, " ; "), Join(steps.readable, ","),
-                                        Join(steps.positions, ",")};
-        EXPECT_EQ(got, hardened != HARDENED.end() ? hardened->second : expected);
+        EXPECT_EQ((std::vector<std::string>{steps.results, steps.readable, steps.positions}),
+                  hardened != HARDENED.end() ? hardened->second : expected);
     });
 }
