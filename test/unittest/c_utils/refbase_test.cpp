@@ -12,7 +12,6 @@
 using namespace OHOS;
 
 namespace {
-
 // Journals its hooks and its destruction: F(irst strong), L(ast strong), D(estroyed).
 class Tracked : public virtual RefBase {
 public:
@@ -35,7 +34,7 @@ private:
     std::string *journal_;
 };
 
-// A diamond like the platform's remote objects: two interfaces over one virtual RefBase.
+// A diamond like the platform's remote objects: two interfaces over one virtual RefBase; counts its deaths.
 struct Left : public virtual RefBase {
     int left_ = 1;
 };
@@ -43,12 +42,11 @@ struct Right : public virtual RefBase {
     int right_ = 2;
 };
 struct Both : public Left, public Right {
-    explicit Both(std::atomic<int> *deaths) : deaths_(deaths) {}
+    static inline std::atomic<int> deaths{0};
     ~Both() override
     {
-        deaths_->fetch_add(1);
+        deaths++;
     }
-    std::atomic<int> *deaths_;
 };
 
 // Counts read in order, compared as one row.
@@ -74,8 +72,7 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
     w2 = w3;
     EXPECT_EQ(Counts(w1.GetWeakRefCount(), w3.GetWeakRefCount()), Counts(1, 2));
     wptr<Tracked> moved = std::move(w1);
-    EXPECT_EQ(w1.GetRefPtr(), nullptr);
-    EXPECT_EQ(s->GetWptrRefCount(), 3);
+    EXPECT_TRUE(w1.GetRefPtr() == nullptr && s->GetWptrRefCount() == 3);
 
     sptr<Tracked> promoted = w3.promote();
     EXPECT_EQ(Counts(s->GetSptrRefCount(), s->GetWptrRefCount()), Counts(2, 4));
@@ -99,8 +96,7 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
     auto *promotedLater = new Tracked(&journal);
     wptr<Tracked> again(promotedLater);
     sptr<Tracked> strong = again.promote();
-    ASSERT_EQ(strong.GetRefPtr(), promotedLater);
-    EXPECT_EQ(strong->GetSptrRefCount(), 1);
+    EXPECT_TRUE(strong.GetRefPtr() == promotedLater && strong->GetSptrRefCount() == 1);
     strong.clear();
     EXPECT_EQ(journal, "DFLD");
 }
@@ -110,31 +106,27 @@ TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCounts)
     std::string journal;
     sptr<Tracked> a = new Tracked(&journal);
     sptr<Tracked> b = std::move(a);
-    EXPECT_EQ(a.GetRefPtr(), nullptr);
-    EXPECT_EQ(b->GetSptrRefCount(), 1);
+    EXPECT_TRUE(a.GetRefPtr() == nullptr && b->GetSptrRefCount() == 1);
     b = b.GetRefPtr(); // self-assignment keeps the object
     EXPECT_EQ(journal, "F");
 
     Tracked source(&journal);
     RefCounter *counts = source.GetRefCounter();
     Tracked target(std::move(source));
-    EXPECT_EQ(source.GetRefCounter(), nullptr);
-    EXPECT_EQ(source.GetSptrRefCount(), 0);
+    EXPECT_TRUE(source.GetRefCounter() == nullptr && source.GetSptrRefCount() == 0);
     source.IncStrongRef(nullptr); // does nothing without counts
-    EXPECT_EQ(target.GetRefCounter(), counts);
-    EXPECT_EQ(target.GetSptrRefCount(), INITIAL_PRIMARY_VALUE);
+    EXPECT_TRUE(target.GetRefCounter() == counts && target.GetSptrRefCount() == INITIAL_PRIMARY_VALUE);
 }
 
 // wptr<T>(O*) and operator=(O*) start lineages of T, converting the address.
 TEST(RefBaseTest, WeakPointersFromDerivedAndSiblingTypes)
 {
-    std::atomic<int> deaths{0};
-    sptr<Both> both = new Both(&deaths);
+    int deaths = Both::deaths;
+    sptr<Both> both = new Both();
     wptr<Right> right(both.GetRefPtr());
     wptr<Left> left;
     left = both.GetRefPtr();
-    EXPECT_EQ(right.GetRefPtr(), static_cast<Right *>(both.GetRefPtr()));
-    EXPECT_EQ(both->GetWptrRefCount(), 3);
+    EXPECT_TRUE(right.GetRefPtr() == static_cast<Right *>(both.GetRefPtr()) && both->GetWptrRefCount() == 3);
 
     wptr<Both> weakBoth = both;
     wptr<Right> viaBoth = weakBoth;
@@ -142,9 +134,9 @@ TEST(RefBaseTest, WeakPointersFromDerivedAndSiblingTypes)
     ASSERT_NE(strongRight, nullptr);
     EXPECT_EQ(strongRight->right_, 2);
     both.clear();
-    EXPECT_EQ(deaths.load(), 0);
+    EXPECT_EQ(Both::deaths, deaths);
     strongRight.clear();
-    EXPECT_EQ(deaths.load(), 1);
+    EXPECT_EQ(Both::deaths, deaths + 1);
     wptr<Left> late = wptr<Both>(weakBoth); // converting a dead object's lineage must not touch it
     EXPECT_EQ(late.promote(), nullptr);
 }
@@ -156,8 +148,7 @@ TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReferenceAndACounterCallbac
     raw->ExtendObjectLifetime();
     EXPECT_TRUE(raw->IsExtendLifeTimeSet());
     wptr<Tracked> weak = raw;
-    sptr<Tracked> strong = raw;
-    strong.clear();
+    sptr<Tracked>(raw).clear();
     EXPECT_EQ(journal, "FL");
     EXPECT_NE(weak.promote(), nullptr);
     weak = nullptr;
@@ -181,14 +172,12 @@ TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
     sptr<Tracked> holder = raw;
     EXPECT_FALSE(raw->IsAttemptAcquireSet());
     ASSERT_TRUE(raw->AttemptAcquire(nullptr));
-    EXPECT_TRUE(raw->IsAttemptAcquireSet());
-    EXPECT_EQ(raw->GetSptrRefCount(), 2);
+    EXPECT_TRUE(raw->IsAttemptAcquireSet() && raw->GetSptrRefCount() == 2);
     holder.clear();
     EXPECT_EQ(journal, "F");
     sptr<Tracked> wrapped = raw;
     raw->CheckIsAttemptAcquireSet(nullptr);
-    EXPECT_FALSE(raw->IsAttemptAcquireSet());
-    EXPECT_EQ(raw->GetSptrRefCount(), 1);
+    EXPECT_TRUE(!raw->IsAttemptAcquireSet() && raw->GetSptrRefCount() == 1);
     raw->CheckIsAttemptAcquireSet(nullptr); // nothing left to hand back
     EXPECT_EQ(raw->GetSptrRefCount(), 1);
     wrapped.clear();
@@ -200,9 +189,9 @@ TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
 // destroyed exactly once per round.
 TEST(RefBaseTest, PromoteRacesTheLastReleaseSafely)
 {
-    std::atomic<int> deaths{0};
+    const int deaths = Both::deaths;
     for (int round = 0; round < 1000; round++) {
-        sptr<Both> owner = new Both(&deaths);
+        sptr<Both> owner = new Both();
         wptr<Both> weak = owner;
         std::atomic<int> arrived{0};
         auto meet = [&arrived, round](bool late) {
@@ -226,7 +215,7 @@ TEST(RefBaseTest, PromoteRacesTheLastReleaseSafely)
         }
         releaser.join();
         promoted.clear();
-        ASSERT_EQ(deaths.load(), round + 1);
+        ASSERT_EQ(Both::deaths, deaths + round + 1);
         ASSERT_EQ(weak.promote(), nullptr);
     }
 }
