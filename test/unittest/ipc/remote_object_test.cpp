@@ -5,6 +5,7 @@
 static_assert(sizeof(OHOS::MessageParcel) > 0, "iremote_object.h brings in MessageParcel");
 
 #include <chrono>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -168,35 +169,28 @@ TEST(RemoteObjectTest, ProxyAsksTheOtherSideForTheReferenceCountAndGetsZeroWhenI
 // The caller's identity as a handler sees it, also when a handler sets another one for its own nested request.
 TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
 {
-    struct Seen {
-        pid_t pid;
-        pid_t uid;
-        uint32_t token;
-        uint64_t fullToken;
-        uint32_t stubToken;
-    } seen{};
+    // pid, uid, full token, token (the low half of the full token) and the stub's token, as the handler sees them
+    using Identity = std::tuple<pid_t, pid_t, uint64_t, uint32_t, uint32_t>;
+    Identity seen;
     sptr<IPCObjectStub> service;
     service = new ScriptedStub([&](auto &&...) {
-        seen = {IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid(), IPCSkeleton::GetCallingTokenID(),
-                IPCSkeleton::GetCallingFullTokenID(), service->GetCallingTokenID()};
+        seen = {IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid(), IPCSkeleton::GetCallingFullTokenID(),
+                IPCSkeleton::GetCallingTokenID(), service->GetCallingTokenID()};
         return 0;
     });
     const pid_t ownPid = getpid();
-    const pid_t ownUid = static_cast<pid_t>(getuid());
-    EXPECT_EQ(IPCSkeleton::GetCallingPid(), ownPid);
-    EXPECT_EQ(IPCSkeleton::GetCallingUid(), ownUid);
-    EXPECT_EQ(IPCSkeleton::GetCallingFullTokenID(), IPCSkeleton::GetSelfFullTokenID());
+    const Identity own(ownPid, getuid(), IPCSkeleton::GetSelfFullTokenID(), IPCSkeleton::GetSelfTokenID(),
+                       IPCSkeleton::GetSelfTokenID());
+    EXPECT_EQ(Identity(IPCSkeleton::GetCallingPid(), IPCSkeleton::GetCallingUid(), IPCSkeleton::GetCallingFullTokenID(),
+                       IPCSkeleton::GetCallingTokenID(), IPCSkeleton::GetCallingTokenID()),
+              own);
     HostIpc::SetThreadIdentity(4242, 5151, 0x1234567800000abcULL);
     ASSERT_EQ(SendEmpty(ProxyOf(service)), 0);
-    EXPECT_EQ(seen.pid, 4242);
-    EXPECT_EQ(seen.uid, 5151);
-    EXPECT_EQ(seen.fullToken, 0x1234567800000abcULL);
-    EXPECT_EQ(seen.token, 0xabcu) << "the low half of the full token";
-    EXPECT_EQ(seen.stubToken, 0xabcu);
+    EXPECT_EQ(seen, Identity(4242, 5151, 0x1234567800000abcULL, 0xabc, 0xabc));
     EXPECT_EQ(IPCSkeleton::GetCallingPid(), ownPid) << "sending as someone else does not change who calls us";
     HostIpc::ClearThreadIdentity();
     ASSERT_EQ(SendEmpty(ProxyOf(service)), 0);
-    EXPECT_TRUE(seen.pid == ownPid && seen.uid == ownUid && seen.fullToken == IPCSkeleton::GetSelfFullTokenID());
+    EXPECT_EQ(seen, own);
 
     bool spoof = true;
     sptr<IRemoteObject> outer = new ScriptedStub([&](auto &&...) {
@@ -206,10 +200,10 @@ TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
         return SendEmpty(ProxyOf(service));
     });
     ASSERT_EQ(SendEmpty(ProxyOf(outer)), 0);
-    EXPECT_EQ(seen.pid, 777);
+    EXPECT_EQ(std::get<0>(seen), 777);
     spoof = false;
     ASSERT_EQ(SendEmpty(ProxyOf(outer)), 0);
-    EXPECT_EQ(seen.pid, ownPid) << "an identity set inside a handler does not leak into later requests";
+    EXPECT_EQ(std::get<0>(seen), ownPid) << "an identity set inside a handler does not leak into later requests";
 }
 
 TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
