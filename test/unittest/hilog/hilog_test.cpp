@@ -7,7 +7,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -212,25 +211,21 @@ TEST(HiLogWriterTest, FloodDropsTheOldestLinesCountsThemAndKeepsEachThreadsOrder
 
 TEST(HiLogSinkTest, ReplacedSinkIsNeverCalledAgainWhileOthersLog)
 {
-    struct Sink {
-        std::atomic<bool> replaced{false};
-        std::atomic<int> calls{0}, lateCalls{0};
-    };
-    std::vector<std::unique_ptr<Sink>> sinks;
-    auto install = [&sinks] {
-        sinks.push_back(std::make_unique<Sink>());
-        Sink *sink = sinks.back().get();
+    // Shared state outside the sinks: a replaced sink's own copy of what it captured may be gone once it is late.
+    constexpr int SINKS = 1000;
+    static std::vector<std::atomic<int>> calls(SINKS + 1);
+    static std::atomic<int> installed{-1}, late{0};
+    auto install = [](int id) {
         // A call still running once its replacement has been installed counts as late too.
-        HiLogSetSink([sink](const HiLogRecord &) {
-            sink->calls++;
+        HiLogSetSink([id](const HiLogRecord &) {
+            int mine = id;
+            calls[mine]++;
             std::this_thread::yield();
-            sink->lateCalls += sink->replaced.load() ? 1 : 0;
+            late += installed > mine ? 1 : 0;
         });
-        if (sinks.size() > 1) {
-            sinks[sinks.size() - 2]->replaced = true; // from here on it must never run
-        }
+        installed = id; // from here on every earlier sink must never run
     };
-    install();
+    install(0);
     std::atomic<bool> stop{false};
     std::vector<std::thread> loggers;
     for (int t = 0; t < 3; t++) {
@@ -240,20 +235,18 @@ TEST(HiLogSinkTest, ReplacedSinkIsNeverCalledAgainWhileOthersLog)
             }
         });
     }
-    for (int round = 0; round < 1000; round++) {
-        while (sinks.back()->calls == 0) {
+    for (int id = 1; id <= SINKS; id++) {
+        while (calls[id - 1] == 0) {
             std::this_thread::yield(); // every sink is in use when it is replaced
         }
-        install();
+        install(id);
     }
     stop = true;
     for (auto &logger : loggers) {
         logger.join();
     }
     HiLogSetSink(nullptr);
-    for (const auto &sink : sinks) {
-        EXPECT_EQ(sink->lateCalls.load(), 0);
-    }
+    EXPECT_EQ(late.load(), 0);
 
     // Replacing itself, the sink must not wait for its own call, and must stay alive until that call ends.
     std::vector<std::string> texts;
