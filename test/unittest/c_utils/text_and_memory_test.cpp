@@ -10,7 +10,7 @@
 
 using namespace OHOS;
 
-TEST(StringExTest, ConvertsEveryUtf8LengthBothWays)
+TEST(StringExTest, ConvertsEveryUtf8LengthBothWaysAndInvalidInputStopsOrEmptiesTheResult)
 {
     const std::string utf8 = "a\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80"; // a, U+00E9, U+4E2D, U+1F600
     const std::u16string utf16 = u"a\u00e9\u4e2d\xd83d\xde00";
@@ -24,10 +24,7 @@ TEST(StringExTest, ConvertsEveryUtf8LengthBothWays)
     EXPECT_EQ(Str8ToStr16(""), u"");
     EXPECT_EQ(Str16ToStr8(u""), "");
     EXPECT_EQ(GetUtf16ToUtf8Length(u""), -1);
-}
 
-TEST(StringExTest, InvalidInputStopsOrEmptiesTheResult)
-{
     EXPECT_EQ(Str8ToStr16(std::string("a\0b", 3)), u"a");
     EXPECT_EQ(Str16ToStr8(std::u16string(u"a\0b", 3)), "a");
     for (const char *bad : {"ok\xff", "ok\xe4\xb8", "\x80", "\xc0\xaf"}) { // byte, truncated, stray, overlong
@@ -36,9 +33,9 @@ TEST(StringExTest, InvalidInputStopsOrEmptiesTheResult)
     const std::u16string loneLow(1, char16_t(0xDC00));
     EXPECT_EQ(Str16ToStr8(u"x" + loneLow), "");
     EXPECT_EQ(GetUtf16ToUtf8Length(loneLow), -1);
-    char buffer[8] = "keep";
-    EXPECT_EQ(Char16ToChar8(loneLow, buffer, sizeof(buffer)), -1);
-    EXPECT_STREQ(buffer, "keep");
+    char kept[8] = "keep";
+    EXPECT_EQ(Char16ToChar8(loneLow, kept, sizeof(kept)), -1);
+    EXPECT_STREQ(kept, "keep");
     EXPECT_EQ(Str16ToStr8(std::u16string(1, char16_t(0xD800)) + u"a"), "a"); // a lone high surrogate is dropped
 }
 
@@ -60,20 +57,13 @@ TEST(StringExTest, StrToIntTakesOnlyWholeDecimalIntegers)
 
 TEST(StringExTest, CaseTrimReplaceAndClassification)
 {
+    // clang-format off
     const std::pair<std::string, std::string> texts[] = {
-        {UpperStr("aBc-1"), "ABC-1"},
-        {LowerStr("AbC-1"), "abc-1"},
-        {TrimStr("  a b  "), "a b"},
-        {TrimStr("xxaxx", 'x'), "a"},
-        {TrimStr("   "), ""},
-        {ReplaceStr("aaa", "aa", "b"), "ba"},
-        {ReplaceStr("abc", "", "x"), "abc"},
-        {ReplaceStr("a.b", ".", "::"), "a::b"},
-        {DexToHexString(255), "FF"},
-        {DexToHexString(255, false), "ff"},
-        {DexToHexString(-1), "FFFFFFFF"},
-        {ToString(-12), "-12"},
-    };
+        {UpperStr("aBc-1"), "ABC-1"}, {LowerStr("AbC-1"), "abc-1"}, {TrimStr("  a b  "), "a b"},
+        {TrimStr("xxaxx", 'x'), "a"}, {TrimStr("   "), ""}, {ReplaceStr("aaa", "aa", "b"), "ba"},
+        {ReplaceStr("abc", "", "x"), "abc"}, {ReplaceStr("a.b", ".", "::"), "a::b"}, {DexToHexString(255), "FF"},
+        {DexToHexString(255, false), "ff"}, {DexToHexString(-1), "FFFFFFFF"}, {ToString(-12), "-12"}};
+    // clang-format on
     for (const auto &[actual, expected] : texts) {
         EXPECT_EQ(actual, expected);
     }
@@ -122,7 +112,7 @@ TEST(StringExTest, SplitAndPiecesBetweenDelimiters)
 }
 
 // Each row: destination size and source, the expected code and the destination afterwards (0xAA = untouched).
-TEST(MemcpySTest, ChecksInTheLibrarysOrderAndWipesOnResetCodes)
+TEST(MemcpySTest, ChecksInTheLibrarysOrderAndWipesOnResetCodesAndMemsetSFillsOrReportsTheRange)
 {
     struct Case {
         size_t destMax;
@@ -153,10 +143,7 @@ TEST(MemcpySTest, ChecksInTheLibrarysOrderAndWipesOnResetCodes)
     EXPECT_EQ(memcpy_s(self, 4, self, 4), EOK);     // the same range is no overlap
     EXPECT_EQ(memcpy_s(self + 2, 2, self, 2), EOK); // nor are adjacent ones
     EXPECT_EQ(self[2], 5);
-}
 
-TEST(MemcpySTest, MemsetSFillsOrReportsTheRange)
-{
     uint8_t dest[8];
     memset(dest, 0xAA, sizeof(dest));
     EXPECT_EQ(memset_s(nullptr, 0, 0, 0), ERANGE);
