@@ -1,8 +1,6 @@
 // Requests through a proxy cross the simulated process boundary: fresh parcels, proxies for objects, duplicated
 // descriptors, raw blocks, the return-code rule, IPC threads, nested and concurrent calls, and the target's death.
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <future>
 #include <thread>
@@ -22,11 +20,8 @@ TEST(RemoteCallTest, OneSharedProxyPerObjectThatRefusesCodesAboveTheUserRange)
     sptr<IRemoteObject> proxy = ProxyOf(stub);
     ASSERT_NE(proxy, nullptr);
     EXPECT_TRUE(proxy != stub && proxy->IsProxyObject() && !stub->IsProxyObject());
-    EXPECT_EQ(ProxyOf(stub), proxy);
-    EXPECT_EQ(ProxyOf(proxy), proxy);
-    EXPECT_NE(ProxyOf(new ScriptedStub()), proxy);
+    EXPECT_TRUE(ProxyOf(stub) == proxy && ProxyOf(proxy) == proxy && ProxyOf(new ScriptedStub()) != proxy);
     EXPECT_EQ(ProxyOf(nullptr), nullptr);
-
     EXPECT_EQ(SendEmpty(proxy, 0x01000000), IPC_PROXY_INVALID_CODE_ERR);
     EXPECT_EQ(SendEmpty(proxy, PING_TRANSACTION), 204);
     EXPECT_EQ(calls, 0);
@@ -39,7 +34,7 @@ TEST(RemoteCallTest, OneSharedProxyPerObjectThatRefusesCodesAboveTheUserRange)
 TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
 {
     Pipe pipe;
-    std::vector<uint8_t> block(1024 * 1024);
+    std::vector<uint8_t> block(1024 * 1024), filler(300000, 3);
     for (size_t i = 0; i < block.size(); i++) {
         block[i] = static_cast<uint8_t>((i * 131) ^ (i >> 9));
     }
@@ -71,14 +66,12 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     ASSERT_TRUE(data.WriteFileDescriptor(pipe.fds[1]));
     ASSERT_TRUE(data.WriteRemoteObject(callback) && data.WriteRemoteObject(callback));
     ASSERT_TRUE(data.WriteRawData(block.data(), block.size()));
-    std::vector<uint8_t> filler(300000, 3);
     ASSERT_TRUE(data.WriteBuffer(filler.data(), filler.size()) && data.WriteUint8Unaligned(9));
     data.ReadInt32(); // the sender's read position must not travel
     MessageParcel reply;
     ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
 
-    EXPECT_EQ(seen.readPosition, 0u);
-    EXPECT_EQ(seen.maxCapacity, 400000u);
+    EXPECT_EQ(std::pair(seen.readPosition, seen.maxCapacity), (std::pair<size_t, size_t>(0, 400000)));
     EXPECT_NE(seen.fd, pipe.fds[1]);
     EXPECT_NE(seen.fd, static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8)));
     // The number may be reused at once by another thread's descriptor; it must no longer be this pipe.
@@ -93,8 +86,7 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     EXPECT_STREQ(text, "ping");
     ASSERT_NE(seen.first, nullptr);
     EXPECT_TRUE(seen.first->IsProxyObject() && seen.first == seen.second && seen.first == ProxyOf(callback));
-    EXPECT_TRUE(seen.blockIntact);
-    EXPECT_EQ(seen.tail, 9);
+    EXPECT_TRUE(seen.blockIntact && seen.tail == 9);
 }
 
 TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriveAsProxies)
@@ -108,17 +100,14 @@ TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriv
         }
         return 77;
     });
-    MessageParcel data, empty;
+    MessageParcel data, empty, reply, direct;
     EXPECT_EQ(Send(ProxyOf(service), data, empty), 77);
     EXPECT_EQ(empty.GetDataSize(), 0u);
-
     writeReply = true;
-    MessageParcel reply;
     reply.WriteInt32(99); // the reply is appended after what the caller already had
     EXPECT_EQ(Send(ProxyOf(service), data, reply), 0);
     EXPECT_EQ((std::vector<int32_t>{reply.ReadInt32(), reply.ReadInt32()}), (std::vector<int32_t>{99, 5}));
     EXPECT_EQ(reply.ReadRemoteObject(), ProxyOf(session));
-    MessageParcel direct;
     EXPECT_EQ(Send(service, data, direct), 77) << "called in-process, the stub's result is returned as it is";
 }
 
@@ -163,8 +152,7 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
     ASSERT_TRUE(data.WriteInt32(4) && data.WriteRemoteObject(clientCallback));
     ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
     EXPECT_EQ((std::vector<int32_t>{reply.ReadInt32(), reply.ReadInt32()}), (std::vector<int32_t>{0, 53}));
-    EXPECT_NE(serviceThread, std::this_thread::get_id());
-    EXPECT_NE(callbackThread, std::this_thread::get_id());
+    EXPECT_TRUE(serviceThread != std::this_thread::get_id() && callbackThread != std::this_thread::get_id());
     EXPECT_NE(callbackThread, serviceThread);
 }
 
@@ -210,8 +198,7 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
     EXPECT_FALSE(proxy->RemoveDeathRecipient(removed) || proxy->IsObjectDead());
 
     HostIpc::KillObject(service);
-    EXPECT_TRUE(proxy->IsObjectDead());
-    EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
+    EXPECT_TRUE(proxy->IsObjectDead() && SendEmpty(proxy) == ERR_DEAD_OBJECT);
     EXPECT_EQ(SendEmpty(service), 0) << "the local object itself still answers in its own process";
     auto calls = told->WaitForCalls(1);
     EXPECT_TRUE(calls[0].first != std::this_thread::get_id() && calls[0].second == proxy);
@@ -221,13 +208,12 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
 
     HostIpc::KillObject(ProxyOf(service)); // a second death is no news; killing through a proxy works as well
     sptr<CountingRecipient> marker = new CountingRecipient();
-    sptr<IRemoteObject> other = new ScriptedStub();
-    sptr<IRemoteObject> otherProxy = ProxyOf(other); // held: a recipient lives only as long as its proxy
+    sptr<IRemoteObject> other = new ScriptedStub(), otherProxy = ProxyOf(other); // a recipient lives with its proxy
     ASSERT_TRUE(otherProxy->AddDeathRecipient(marker));
     HostIpc::KillObject(otherProxy);
     marker->WaitForCalls(1); // deaths are told in order: anything more for `told` would have come by now
-    EXPECT_EQ(told->WaitForCalls(0).size(), 1u);
-    EXPECT_EQ(removed->WaitForCalls(0).size(), 0u);
+    EXPECT_EQ(std::pair(told->WaitForCalls(0).size(), removed->WaitForCalls(0).size()),
+              (std::pair<size_t, size_t>(1, 0)));
 }
 
 TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBornDead)
@@ -243,8 +229,7 @@ TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBo
     ASSERT_TRUE(data.WriteRemoteObject(callback));
     ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
     ASSERT_NE(arrived, nullptr);
-    EXPECT_EQ(SendEmpty(arrived), ERR_DEAD_OBJECT);
-    EXPECT_FALSE(arrived->AddDeathRecipient(new CountingRecipient()));
+    EXPECT_TRUE(SendEmpty(arrived) == ERR_DEAD_OBJECT && !arrived->AddDeathRecipient(new CountingRecipient()));
     for (int round = 0; round < 20; round++) {
         sptr<IRemoteObject> fresh = new ScriptedStub();
         ASSERT_FALSE(ProxyOf(fresh)->IsObjectDead()) << "round " << round;
