@@ -90,8 +90,7 @@ TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
     EXPECT_NE(ProxyOf(stub)->GetObjectDescriptor(), u"test.Described");
     sptr<IRemoteObject> unbound = new IPCObjectProxy(9999);
     EXPECT_EQ(unbound->GetObjectDescriptor(), u"IPCObjectProxy9999");
-    EXPECT_EQ(SendEmpty(unbound), ERR_NULL_OBJECT);
-    EXPECT_EQ(unbound->GetInterfaceDescriptor(), u"");
+    EXPECT_TRUE(SendEmpty(unbound) == ERR_NULL_OBJECT && unbound->GetInterfaceDescriptor().empty());
 }
 
 // Each reserved code, sent to the stub directly: its result and the words of its reply. Every request, reserved
@@ -124,11 +123,10 @@ TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfAndRecordsWhenTheLastReq
         EXPECT_EQ(reply.GetReadableBytes(), 0u) << std::hex << c.code;
     }
     EXPECT_EQ(handled, 1) << "only the code the stub does not reserve reaches the handler";
-    EXPECT_GE(raw->GetLastRequestTime(), before);
-    EXPECT_LE(raw->GetLastRequestTime(), SteadyMilliseconds());
+    EXPECT_TRUE(raw->GetLastRequestTime() >= before && raw->GetLastRequestTime() <= SteadyMilliseconds());
     EXPECT_EQ(SendEmpty(new IPCObjectStub(), 42), IPC_STUB_UNKNOW_TRANS_ERR);
-    EXPECT_FALSE(stub->AddDeathRecipient(new CountingRecipient()));
-    EXPECT_FALSE(stub->RemoveDeathRecipient(new CountingRecipient()));
+    EXPECT_FALSE(stub->AddDeathRecipient(new CountingRecipient()) ||
+                 stub->RemoveDeathRecipient(new CountingRecipient()));
 }
 
 TEST(RemoteObjectTest, DumpHandsTheDescriptorAndArgumentsToDumpAndClosesItsCopy)
@@ -138,8 +136,7 @@ TEST(RemoteObjectTest, DumpHandsTheDescriptorAndArgumentsToDumpAndClosesItsCopy)
     sptr<IRemoteObject> stub = new DumpingStub();
     EXPECT_EQ(ProxyOf(stub)->Dump(fds[1], {u"state"}), 17);
     char text[6] = {};
-    EXPECT_EQ(read(fds[0], text, 5), 5);
-    EXPECT_STREQ(text, "state");
+    EXPECT_TRUE(read(fds[0], text, 5) == 5 && std::string(text) == "state");
     {
         MessageParcel badArgs, reply;
         badArgs.WriteFileDescriptor(fds[1]);
@@ -208,8 +205,7 @@ TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
 
 TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
 {
-    EXPECT_TRUE(IPCSkeleton::IsLocalCalling());
-    EXPECT_EQ(IPCSkeleton::GetCallingDeviceID(), IPCSkeleton::GetLocalDeviceID());
+    EXPECT_TRUE(IPCSkeleton::IsLocalCalling() && IPCSkeleton::GetCallingDeviceID() == IPCSkeleton::GetLocalDeviceID());
     EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(0) || IPCSkeleton::SetMaxWorkThreadNum(-3));
     EXPECT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(16));
 
@@ -217,10 +213,8 @@ TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
     EXPECT_FALSE(IPCSkeleton::SetContextObject(first));
     first = new ScriptedStub();
     sptr<IRemoteObject> second = new ScriptedStub();
-    EXPECT_TRUE(IPCSkeleton::SetContextObject(first));
-    EXPECT_EQ(IPCSkeleton::GetContextObject(), first);
-    EXPECT_TRUE(IPCSkeleton::SetContextObject(second));
-    EXPECT_EQ(IPCSkeleton::GetContextObject(), second);
+    EXPECT_TRUE(IPCSkeleton::SetContextObject(first) && IPCSkeleton::GetContextObject() == first);
+    EXPECT_TRUE(IPCSkeleton::SetContextObject(second) && IPCSkeleton::GetContextObject() == second);
 }
 
 // iface_cast and the broker registration: proxies are wrapped by the registered creator, local stubs answer with
@@ -234,20 +228,18 @@ TEST(BrokerTest, ProxyIsWrappedAnewByTheFirstRegisteredCreatorAndALocalStubOnlyU
     ASSERT_TRUE(first != nullptr && second != nullptr);
     EXPECT_TRUE(first != second && first->AsObject() == proxy);
     EXPECT_EQ(first->Greet(21), 42);
-    EXPECT_EQ(iface_cast<IGreeter>(nullptr), nullptr);
-    EXPECT_EQ(iface_cast<IUnregistered>(proxy), nullptr);
+    EXPECT_TRUE(iface_cast<IGreeter>(nullptr) == nullptr && iface_cast<IUnregistered>(proxy) == nullptr);
 
     EXPECT_EQ(iface_cast<IGreeter>(stub->AsObject()).GetRefPtr(), static_cast<IGreeter *>(stub.GetRefPtr()));
     EXPECT_EQ(iface_cast<IUnregistered>(stub->AsObject()), nullptr);
     sptr<IRemoteObject> mislabelled = new IPCObjectStub(u"test.Other");
-    EXPECT_EQ(iface_cast<IGreeter>(mislabelled), nullptr);
-    EXPECT_EQ(mislabelled->AsInterface(), nullptr);
+    EXPECT_TRUE(iface_cast<IGreeter>(mislabelled) == nullptr && mislabelled->AsInterface() == nullptr);
 
     auto &registration = BrokerRegistration::Get();
     // A creator registered after GreeterProxy's must never be used.
     auto late = [](const sptr<IRemoteObject> &) -> sptr<IRemoteBroker> { return nullptr; };
-    EXPECT_FALSE(registration.Register(IGreeter::GetDescriptor(), late, nullptr));
-    EXPECT_FALSE(registration.Register(u"", late, nullptr));
+    EXPECT_FALSE(registration.Register(IGreeter::GetDescriptor(), late, nullptr) ||
+                 registration.Register(u"", late, nullptr));
     {
         BrokerDelegator<GreeterProxy> loser; // its destructor must not unregister the winner
     }
