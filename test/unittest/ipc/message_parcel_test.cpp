@@ -40,18 +40,12 @@ TEST(MessageParcelTest, InterfaceTokenExceptionWordAndPrintedBytes)
     EXPECT_EQ(parcel.GetInterfaceToken(), u"ohos.ITarnby.ITarnbyService");
     EXPECT_EQ(parcel.ReadInterfaceToken(), u"ohos.ITarnby.ITarnbyService");
     EXPECT_EQ(parcel.GetReadableBytes(), 0u);
-
-    MessageParcel other;
-    other.WriteInt32(-1);
-    other.WriteInt32(99);
+    MessageParcel other, reply;
+    ASSERT_TRUE(other.WriteInt32(-1) && other.WriteInt32(99));
     EXPECT_EQ(other.ReadInterfaceToken(), u"");
     EXPECT_EQ(other.GetReadPosition(), 8u);
-
-    MessageParcel reply;
     reply.WriteNoException();
-    reply.WriteInt32(-3);
-    reply.WriteString16(u"failed");
-    reply.WriteInt32(42);
+    ASSERT_TRUE(reply.WriteInt32(-3) && reply.WriteString16(u"failed") && reply.WriteInt32(42));
     EXPECT_EQ(Hex(reply).substr(0, 8), "00000000");
     EXPECT_EQ((std::vector<int32_t>{reply.ReadException(), reply.ReadException(), reply.ReadInt32()}),
               (std::vector<int32_t>{0, -3, 42}));
@@ -67,15 +61,12 @@ TEST(MessageParcelTest, StubIsAFlatBinderHeldByTheParcelAndAbsentObjectsConsumeN
     MessageParcel parcel;
     EXPECT_FALSE(parcel.WriteRemoteObject(nullptr));
     parcel.WriteInt32(11);
-    EXPECT_EQ(parcel.ReadRemoteObject(), nullptr);
-    EXPECT_EQ(parcel.ReadFileDescriptor(), -1);
+    EXPECT_TRUE(parcel.ReadRemoteObject() == nullptr && parcel.ReadFileDescriptor() == -1);
     EXPECT_EQ(parcel.GetReadPosition(), 0u);
     int before = stub->GetSptrRefCount();
     ASSERT_TRUE(parcel.WriteRemoteObject(stub));
     EXPECT_EQ(stub->GetSptrRefCount(), before + 1);
-    EXPECT_EQ(parcel.GetDataSize(), 4 + FLAT_SIZE);
-    EXPECT_FALSE(parcel.ContainFileDescriptors());
-
+    EXPECT_TRUE(parcel.GetDataSize() == 4 + FLAT_SIZE && !parcel.ContainFileDescriptors());
     EXPECT_EQ(Hex(parcel).substr(8, 16), "852a62737f010000") << "type \"sb*\", flags 0x17f";
     parcel.SkipBytes(4);
     EXPECT_EQ(parcel.ReadRemoteObject().GetRefPtr(), static_cast<IRemoteObject *>(stub.GetRefPtr()));
@@ -111,18 +102,15 @@ TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
 {
     MessageParcel parcel;
     uint8_t byte = 1;
-    EXPECT_FALSE(parcel.WriteRawData(nullptr, 4));
-    EXPECT_FALSE(parcel.WriteRawData(&byte, 0));
-    EXPECT_FALSE(parcel.WriteRawData(&byte, MessageParcel::MAX_RAWDATA_SIZE + 1));
+    EXPECT_FALSE(parcel.WriteRawData(nullptr, 4) || parcel.WriteRawData(&byte, 0) ||
+                 parcel.WriteRawData(&byte, MessageParcel::MAX_RAWDATA_SIZE + 1));
     EXPECT_EQ(parcel.GetRawDataCapacity(), 134217728u);
     ASSERT_TRUE(parcel.WriteRawData("hello", 5));
     EXPECT_EQ(Hex(parcel), "0500000068656c6c6f000000");
-    EXPECT_EQ(parcel.ReadRawData(0), nullptr);
-    EXPECT_EQ(parcel.ReadRawData(4), nullptr) << "another size";
+    EXPECT_TRUE(parcel.ReadRawData(0) == nullptr && parcel.ReadRawData(4) == nullptr) << "no size or another one";
     EXPECT_EQ(parcel.GetReadPosition(), 4u) << "the size stays consumed";
 
-    std::vector<uint8_t> atLimit(MessageParcel::MIN_RAWDATA_SIZE, 0x5a);
-    std::vector<uint8_t> above(MessageParcel::MIN_RAWDATA_SIZE + 1);
+    std::vector<uint8_t> atLimit(MessageParcel::MIN_RAWDATA_SIZE, 0x5a), above(MessageParcel::MIN_RAWDATA_SIZE + 1);
     for (size_t i = 0; i < above.size(); i++) {
         above[i] = static_cast<uint8_t>(i * 7);
     }
@@ -130,25 +118,21 @@ TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
     ASSERT_TRUE(blocks.WriteRawData(atLimit.data(), atLimit.size()));
     EXPECT_EQ(blocks.GetDataSize(), 4 + atLimit.size());
     ASSERT_TRUE(blocks.WriteRawData(above.data(), above.size()));
-    EXPECT_EQ(blocks.GetDataSize(), 4 + atLimit.size() + 4 + FLAT_SIZE);
-    EXPECT_TRUE(blocks.ContainFileDescriptors());
+    EXPECT_TRUE(blocks.GetDataSize() == 4 + atLimit.size() + 4 + FLAT_SIZE && blocks.ContainFileDescriptors());
     const void *inlined = blocks.ReadRawData(atLimit.size());
     const void *mapped = blocks.ReadRawData(above.size());
     ASSERT_TRUE(inlined != nullptr && mapped != nullptr);
-    EXPECT_EQ(std::memcmp(inlined, atLimit.data(), atLimit.size()), 0);
-    EXPECT_EQ(std::memcmp(mapped, above.data(), above.size()), 0);
+    EXPECT_TRUE(!std::memcmp(inlined, atLimit.data(), atLimit.size()) &&
+                !std::memcmp(mapped, above.data(), above.size()));
 }
 
 TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
 {
     Pipe pipe;
     sptr<IRemoteObject> stub = new ScriptedStub();
-    MessageParcel source;
-    source.WriteInt32(7);
-    source.WriteRemoteObject(stub);
-    source.WriteFileDescriptor(pipe.fds[1]);
-    source.WriteUint8Unaligned(0xab);
-    MessageParcel target, empty;
+    MessageParcel source, target, empty;
+    ASSERT_TRUE(source.WriteInt32(7) && source.WriteRemoteObject(stub) && source.WriteFileDescriptor(pipe.fds[1]) &&
+                source.WriteUint8Unaligned(0xab));
     EXPECT_TRUE(target.Append(empty) && target.GetDataSize() == 0) << "an empty parcel appends nothing";
     target.WriteInt32(-1);
     ASSERT_TRUE(target.Append(source));
@@ -163,8 +147,7 @@ TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
 
     ASSERT_TRUE(source.Append(source)) << "appending a parcel to itself copies the old bytes";
     source.RewindRead(4 + 2 * FLAT_SIZE + 1); // the copy starts right after the unaligned byte
-    EXPECT_EQ(source.ReadInt32(), 7);
-    EXPECT_EQ(source.ReadRemoteObject(), stub);
+    EXPECT_TRUE(source.ReadInt32() == 7 && source.ReadRemoteObject() == stub);
 
     MessageParcel full;
     EXPECT_EQ(full.GetMaxCapacity(), 204800u);
@@ -180,8 +163,7 @@ TEST(MessageOptionTest, ConstructorKeepsValuesFlagsOnlyAddAndWaitTimeIsClampedLa
 {
     MessageOption option;
     EXPECT_EQ(std::pair(option.GetFlags(), option.GetWaitTime()), std::pair(0, 8));
-    EXPECT_EQ(MessageOption(1, 5000).GetWaitTime(), 5000);
-    EXPECT_EQ(MessageOption(0, -4).GetWaitTime(), -4);
+    EXPECT_EQ(std::pair(MessageOption(1, 5000).GetWaitTime(), MessageOption(0, -4).GetWaitTime()), std::pair(5000, -4));
     MessageOption async(MessageOption::TF_ASYNC);
     async.SetFlags(MessageOption::TF_SYNC);
     async.SetFlags(MessageOption::TF_ACCEPT_FDS);
