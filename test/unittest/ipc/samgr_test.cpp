@@ -27,10 +27,8 @@ protected:
     // Registers a service that answers `answer`.
     static sptr<IRemoteObject> Add(int32_t answer, int32_t id = SERVICE_ID)
     {
-        sptr<IRemoteObject> service = new ScriptedStub([answer](auto, auto &, MessageParcel &reply, auto &...) {
-            reply.WriteInt32(answer);
-            return 0;
-        });
+        sptr<IRemoteObject> service = new ScriptedStub(
+            [answer](auto, auto &, MessageParcel &reply, auto &...) { return reply.WriteInt32(answer) ? 0 : -1; });
         EXPECT_EQ(Manager()->AddSystemAbility(id, service), ERR_OK);
         return service;
     }
@@ -50,25 +48,22 @@ TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyUntilKilledAndLook
     sptr<IRemoteObject> service = Add(31);
     sptr<IRemoteObject> found = Manager()->GetSystemAbility(SERVICE_ID);
     ASSERT_NE(found, nullptr);
-    EXPECT_TRUE(found->IsProxyObject());
-    EXPECT_EQ(found, ProxyOf(service));
-    EXPECT_EQ(Manager()->CheckSystemAbility(SERVICE_ID), found);
-    EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID, ""), found);
+    EXPECT_TRUE(found->IsProxyObject() && found == ProxyOf(service));
+    EXPECT_TRUE(Manager()->CheckSystemAbility(SERVICE_ID) == found &&
+                Manager()->GetSystemAbility(SERVICE_ID, "") == found);
     EXPECT_EQ(Ask(), 31);
     EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 5u);
     sptr<IRemoteObject> replacement = Add(32); // a later registration replaces the earlier one
     EXPECT_EQ(Ask(), 32);
     sptr<IRemoteObject> before = Manager()->GetSystemAbility(SERVICE_ID);
     HostIpc::KillObject(replacement); // a killed ability is dropped until it registers again
-    EXPECT_EQ(Manager()->GetSystemAbility(SERVICE_ID), nullptr);
-    EXPECT_EQ(Manager()->CheckSystemAbility(SERVICE_ID), nullptr);
+    EXPECT_TRUE(Manager()->GetSystemAbility(SERVICE_ID) == nullptr &&
+                Manager()->CheckSystemAbility(SERVICE_ID) == nullptr);
     EXPECT_TRUE(before->IsObjectDead());
     Add(33);
-    EXPECT_NE(Manager()->GetSystemAbility(SERVICE_ID), before);
-    EXPECT_EQ(Ask(), 33);
+    EXPECT_TRUE(Manager()->GetSystemAbility(SERVICE_ID) != before && Ask() == 33);
     HostSamgr::Reset();
-    EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), 0u);
-    EXPECT_EQ(Ask(), -1);
+    EXPECT_TRUE(HostSamgr::GetSystemAbilityCallCount() == 0 && Ask() == -1);
 }
 
 TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedAndRemovalWorksOnce)
@@ -80,10 +75,8 @@ TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedAndRemovalWorksOnce)
     EXPECT_NE(Manager()->AddSystemAbility(SERVICE_ID, nullptr), ERR_OK);
     Add(1, 0x00ffffff);
     Add(2, 0);
-    EXPECT_EQ(Ask(0x00ffffff), 1);
-    EXPECT_EQ(Ask(0), 2);
-    EXPECT_EQ(Manager()->RemoveSystemAbility(0), ERR_OK);
-    EXPECT_EQ(Ask(0), -1);
+    EXPECT_EQ(std::pair(Ask(0x00ffffff), Ask(0)), std::pair(1, 2));
+    EXPECT_TRUE(Manager()->RemoveSystemAbility(0) == ERR_OK && Ask(0) == -1);
     EXPECT_NE(Manager()->RemoveSystemAbility(0), ERR_OK);
 }
 
@@ -102,7 +95,6 @@ TEST_F(SamgrTest, UnavailableOrDroppedManagerKeepsItsRegistrationsAndItsDescript
     EXPECT_EQ(ISystemAbilityManager::GetDescriptor(), u"OHOS.ISystemAbilityManager");
     EXPECT_EQ(SAMANAGER_INTERFACE_TOKEN, u"ohos.samgr.accessToken");
     ISystemAbilityManager::SAExtraProp prop;
-    EXPECT_FALSE(prop.isDistributed);
-    EXPECT_EQ(prop.dumpFlags, 8u);
+    EXPECT_TRUE(!prop.isDistributed && prop.dumpFlags == 8u);
 }
 } // namespace OHOS::TarnbyTest
