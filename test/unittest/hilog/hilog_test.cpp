@@ -132,8 +132,7 @@ TEST(HiLogLevelTest, ThresholdComesFromTheEnvironmentAndIsCheckedBeforeFormattin
     // Formatting would read through this pointer; below the threshold nothing may look at it.
     EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_WARN, DOMAIN, TAG, "%{public}s", reinterpret_cast<const char *>(8)), -1);
     SetLevelVariable(nullptr);
-    EXPECT_FALSE(HiLogIsLoggable(DOMAIN, nullptr, LOG_FATAL));
-    EXPECT_FALSE(HiLogIsLoggable(DOMAIN, TAG, LOG_LEVEL_MAX));
+    EXPECT_FALSE(HiLogIsLoggable(DOMAIN, nullptr, LOG_FATAL) || HiLogIsLoggable(DOMAIN, TAG, LOG_LEVEL_MAX));
 }
 
 // The default writer takes over once a capture ends; a child process prints everything it queued when it exits.
@@ -156,15 +155,14 @@ TEST(HiLogWriterTest, DefaultWriterPrintsHilogLinesOnceTheCaptureEndsAndWhenTheP
         exit(0);
     }
     int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_TRUE(waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0);
     std::string first;
     std::vector<std::string> texts = err.Finish(&first);
     ASSERT_EQ(texts.size(), LINES + 1u);
-    EXPECT_NE(first.find(" W 04612/HiLogTest: to stderr now"), std::string::npos) << first;
-    EXPECT_NE(first.find(" " + std::to_string(getpid()) + " "), std::string::npos) << first;
-    EXPECT_EQ(texts[1], "line 0");
-    EXPECT_EQ(texts.back(), "line " + std::to_string(LINES - 1));
+    EXPECT_TRUE(first.find(" W 04612/HiLogTest: to stderr now") != std::string::npos &&
+                first.find(" " + std::to_string(getpid()) + " ") != std::string::npos)
+        << first;
+    EXPECT_TRUE(texts[1] == "line 0" && texts.back() == "line " + std::to_string(LINES - 1));
 }
 
 // The pipe is not read until the flood is over, so the writer blocks and the ring overflows.
@@ -188,12 +186,10 @@ TEST(HiLogWriterTest, FloodDropsTheOldestLinesCountsThemAndKeepsEachThreadsOrder
     err.StartReading();
     std::vector<std::string> texts = err.Finish();
 
-    long printed = 0;
-    long dropped = 0;
+    long printed = 0, dropped = 0;
     std::vector<int> last(THREADS, -1);
     for (const std::string &text : texts) {
-        int t = -1;
-        int i = -1;
+        int t = -1, i = -1;
         long n = 0;
         if (sscanf(text.c_str(), "dropped %ld lines", &n) == 1) {
             dropped += n;
@@ -203,10 +199,9 @@ TEST(HiLogWriterTest, FloodDropsTheOldestLinesCountsThemAndKeepsEachThreadsOrder
             printed++;
         }
     }
-    EXPECT_GT(dropped, 0);
-    EXPECT_EQ(printed + dropped, THREADS * LINES);
-    ASSERT_FALSE(texts.empty());
-    EXPECT_EQ(texts.back(), "end") << "the newest line is kept";
+    EXPECT_TRUE(dropped > 0 && printed + dropped == THREADS * LINES)
+        << printed << " printed, " << dropped << " dropped";
+    EXPECT_EQ(texts.empty() ? "" : texts.back(), "end") << "the newest line is kept";
 }
 
 TEST(HiLogSinkTest, ReplacedSinkIsNeverCalledAgainWhileOthersLog)
