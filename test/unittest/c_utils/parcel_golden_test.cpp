@@ -283,8 +283,7 @@ std::map<std::string, std::function<void(Parcel &, Steps &)>> ReadCases()
         CALLS("strongparcelable_flag0", Object(p)), CALLS("strongparcelable_flag1", Object(p)),
         CALLS("strongparcelable_flag7", Object(p)), CALLS("strongparcelable_empty", Object(p)),
         CALLS("strongparcelable_flag1_nobody", Object(p)), CALLS("derived_read_token_ok", Token(p)),
-        CALLS("derived_read_token_missing", Token(p)),
-        CALLS("derived_read_rawdata_ok", RawData(p) << N(p.ReadInt32())),
+        CALLS("derived_read_token_missing", Token(p)), CALLS("derived_read_rawdata_ok", RawData(p) << N(p.ReadInt32())),
     };
     // clang-format on
 }

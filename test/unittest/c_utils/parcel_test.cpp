@@ -105,23 +105,19 @@ TEST(ParcelVectorTest, CountsAreBoundedByTheWireSizeOfTheirElements)
         parcel->WriteBuffer(zeros.data(), zeros.size());
         return parcel;
     };
-    std::vector<int16_t> shorts = {9};
-    EXPECT_FALSE(parcelWith(3, 8)->ReadInt16Vector(&shorts)); // fits as 2-byte values, not as 4-byte words
-    EXPECT_TRUE(parcelWith(2, 8)->ReadInt16Vector(&shorts));
+    std::vector<int16_t> shorts = {9}; // 3 fit as 2-byte values, not as 4-byte words
+    EXPECT_TRUE(!parcelWith(3, 8)->ReadInt16Vector(&shorts) && parcelWith(2, 8)->ReadInt16Vector(&shorts));
     std::vector<bool> flags = {true};
     auto boolParcel = parcelWith(3, 8);
     EXPECT_FALSE(boolParcel->ReadBoolVector(&flags));
-    EXPECT_EQ(flags, std::vector<bool>{true});
-    EXPECT_EQ(boolParcel->GetReadPosition(), 4u);
+    EXPECT_TRUE(flags == std::vector<bool>{true} && boolParcel->GetReadPosition() == 4u);
     std::vector<double> doubles;
     EXPECT_FALSE(parcelWith(2, 12)->ReadDoubleVector(&doubles));
 
     // 100000 bytes of zeros hold 12500 empty strings (length word and NUL word each), not one more.
     std::vector<std::string> texts;
-    EXPECT_FALSE(parcelWith(12501, 100000)->ReadStringVector(&texts));
-    EXPECT_TRUE(texts.empty());
-    EXPECT_TRUE(parcelWith(12500, 100000)->ReadStringVector(&texts));
-    EXPECT_EQ(texts.size(), 12500u);
+    EXPECT_TRUE(!parcelWith(12501, 100000)->ReadStringVector(&texts) && texts.empty());
+    EXPECT_TRUE(parcelWith(12500, 100000)->ReadStringVector(&texts) && texts.size() == 12500u);
     std::vector<std::u16string> texts16;
     EXPECT_FALSE(parcelWith(12501, 100000)->ReadString16Vector(&texts16));
 
@@ -130,8 +126,7 @@ TEST(ParcelVectorTest, CountsAreBoundedByTheWireSizeOfTheirElements)
     block[0] = 1;
     Parcel received;
     ASSERT_TRUE(received.ParseFrom(reinterpret_cast<uintptr_t>(block), 9));
-    EXPECT_TRUE(received.ReadStringVector(&texts));
-    EXPECT_EQ(texts, std::vector<std::string>{""});
+    EXPECT_TRUE(received.ReadStringVector(&texts) && texts == std::vector<std::string>{""});
 }
 
 // `size` includes the terminator, which overwrites the last typeSize bytes.
@@ -163,15 +158,11 @@ TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindAndUnalignedBools)
     EXPECT_EQ((std::vector<size_t>{parcel.GetWritePosition(), parcel.GetReadPosition(), parcel.GetDataSize(),
                                    parcel.GetDataCapacity(), parcel.GetReadableBytes()}),
               (std::vector<size_t>{0, 0, 8, 8, 8}));
-    EXPECT_FALSE(parcel.WriteInt32(1));
-    EXPECT_FALSE(parcel.SetDataCapacity(64));
+    EXPECT_FALSE(parcel.WriteInt32(1) || parcel.SetDataCapacity(64));
     EXPECT_EQ((std::vector<int32_t>{parcel.ReadInt32(), parcel.ReadInt32()}), (std::vector<int32_t>{7, 8}));
     parcel.FlushBuffer();
-    EXPECT_TRUE(parcel.WriteInt32(1));
-    EXPECT_TRUE(parcel.WriteInt32(2));
-    EXPECT_FALSE(parcel.RewindWrite(12));
-    ASSERT_TRUE(parcel.RewindWrite(4));
-    EXPECT_TRUE(parcel.WriteInt32(3));
+    EXPECT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(2) && !parcel.RewindWrite(12));
+    EXPECT_TRUE(parcel.RewindWrite(4) && parcel.WriteInt32(3));
     EXPECT_EQ(Hex(parcel), "0100000003000000");
 
     Parcel bytes; // an unaligned bool is any non-zero byte
@@ -187,11 +178,8 @@ TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindAndUnalignedBools)
 TEST(ParcelReadTest, BinderObjectsAreReadWholeOrNotAtAll)
 {
     ObjectParcel parcel;
-    ASSERT_TRUE(parcel.WriteInt32(5));
-    ASSERT_TRUE(parcel.WriteObject(0x1234));
-    ASSERT_TRUE(parcel.WriteInt32(6));
-    EXPECT_FALSE(parcel.CheckOffsets());
-    EXPECT_EQ(parcel.ReadObject<Handle>(), nullptr);
+    ASSERT_TRUE(parcel.WriteInt32(5) && parcel.WriteObject(0x1234) && parcel.WriteInt32(6));
+    EXPECT_FALSE(parcel.CheckOffsets() || parcel.ReadObject<Handle>() != nullptr);
     EXPECT_EQ(parcel.ReadInt32(), 5);
     EXPECT_TRUE(parcel.CheckOffsets());
     EXPECT_EQ(parcel.ReadInt32(), 0);                // the object's first word
@@ -199,9 +187,7 @@ TEST(ParcelReadTest, BinderObjectsAreReadWholeOrNotAtAll)
     EXPECT_NE(parcel.ReadBuffer(8, false), nullptr); // unless the caller asks for no check
     parcel.RewindRead(4);
     sptr<Handle> object = parcel.ReadObject<Handle>();
-    ASSERT_NE(object, nullptr);
-    EXPECT_EQ(object->handle, 0x1234u);
-    EXPECT_EQ(parcel.ReadInt32(), 6);
+    EXPECT_TRUE(object != nullptr && object->handle == 0x1234u && parcel.ReadInt32() == 6);
 }
 
 TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocator)
@@ -214,8 +200,7 @@ TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocator)
         ASSERT_TRUE(parcel.SetAllocator(new JournalAllocator()));
         EXPECT_EQ(parcel.GetDataCapacity(), 8u);
         EXPECT_EQ(Hex(parcel), "0100000002000000");
-        ASSERT_TRUE(parcel.WriteInt32(3)); // grows through the new allocator
-        EXPECT_EQ(parcel.ReadInt32(), 1);
+        EXPECT_TRUE(parcel.WriteInt32(3) && parcel.ReadInt32() == 1); // grows through the new allocator
     }
     EXPECT_EQ(JournalAllocator::calls, "ard"); // copied into its own block, grown, freed with the parcel
 }
@@ -224,28 +209,21 @@ TEST(ParcelWriteTest, WriteFaultFailsExactlyTheNthWriteOnThisThread)
 {
     Parcel parcel;
     HostParcel::FailNthWrite(3);
-    EXPECT_TRUE(parcel.WriteInt32(1));
-    EXPECT_TRUE(parcel.WriteInt32(0x100)); // a string's length is write 3, its body write 4
+    EXPECT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(0x100)); // a string's length is write 3, its body write 4
     EXPECT_FALSE(parcel.WriteString16(u"ab"));
     std::thread other([] {
         Parcel elsewhere;
-        EXPECT_TRUE(elsewhere.WriteInt32(9));
-        EXPECT_EQ(HostParcel::WriteCount(), 1u); // counted, never armed here
+        EXPECT_TRUE(elsewhere.WriteInt32(9) && HostParcel::WriteCount() == 1u); // counted, never armed here
     });
     other.join();
-    EXPECT_TRUE(parcel.WriteString16(u"ab"));
-    EXPECT_EQ(HostParcel::WriteCount(), 5u);
-    EXPECT_EQ(Hex(parcel), "010000000001000002000000610062000000"
-                           "0000");
-
+    EXPECT_TRUE(parcel.WriteString16(u"ab") && HostParcel::WriteCount() == 5u);
+    EXPECT_EQ(Hex(parcel), "0100000000010000020000006100620000000000");
     HostParcel::FailNthWrite(3); // count, first element, then the second element fails
-    EXPECT_FALSE(parcel.WriteInt32Vector({7, 8, 9}));
-    EXPECT_EQ(parcel.GetDataSize(), 28u);
+    EXPECT_TRUE(!parcel.WriteInt32Vector({7, 8, 9}) && parcel.GetDataSize() == 28u);
     HostParcel::FailNthWrite(2);
     EXPECT_FALSE(parcel.WriteStrongParcelable(new IntParcelable(4)));
     HostParcel::FailNthWrite(0);
-    EXPECT_TRUE(parcel.WriteInt64(1));
-    EXPECT_EQ(HostParcel::WriteCount(), 1u);
+    EXPECT_TRUE(parcel.WriteInt64(1) && HostParcel::WriteCount() == 1u);
 }
 
 // Two threads write one shared record; its behaviour flag is updated atomically (the TSan build checks the race).
