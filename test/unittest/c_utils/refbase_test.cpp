@@ -62,9 +62,7 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
 {
     std::string journal;
     sptr<Tracked> s = new Tracked(&journal);
-    wptr<Tracked> w1 = s;
-    wptr<Tracked> w2 = w1;
-    wptr<Tracked> w3 = s;
+    wptr<Tracked> w1 = s, w2 = w1, w3 = s;
     // strong, weak, the two lineages' counts, and the counter's own: the object and two lineages
     EXPECT_EQ(Counts(s->GetSptrRefCount(), s->GetWptrRefCount(), w1.GetWeakRefCount(), w3.GetWeakRefCount(),
                      s->GetRefCounter()->GetRefCount()),
@@ -79,8 +77,7 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
     promoted.clear();
     s.clear();
     EXPECT_EQ(journal, "FLD");
-    EXPECT_EQ(w3.promote(), nullptr);
-    EXPECT_EQ(w3.GetWeakRefCount(), 2); // the lineage outlives the object
+    EXPECT_TRUE(w3.promote() == nullptr && w3.GetWeakRefCount() == 2); // the lineage outlives the object
 
     // An object held only weakly goes with its last weak pointer.
     journal.clear();
@@ -131,8 +128,7 @@ TEST(RefBaseTest, WeakPointersFromDerivedAndSiblingTypes)
     wptr<Both> weakBoth = both;
     wptr<Right> viaBoth = weakBoth;
     sptr<Right> strongRight = viaBoth.promote();
-    ASSERT_NE(strongRight, nullptr);
-    EXPECT_EQ(strongRight->right_, 2);
+    EXPECT_TRUE(strongRight != nullptr && strongRight->right_ == 2);
     both.clear();
     EXPECT_EQ(Both::deaths, deaths);
     strongRight.clear();
@@ -149,8 +145,7 @@ TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReferenceAndACounterCallbac
     EXPECT_TRUE(raw->IsExtendLifeTimeSet());
     wptr<Tracked> weak = raw;
     sptr<Tracked>(raw).clear();
-    EXPECT_EQ(journal, "FL");
-    EXPECT_NE(weak.promote(), nullptr);
+    EXPECT_TRUE(journal == "FL" && weak.promote() != nullptr) << journal;
     weak = nullptr;
     EXPECT_EQ(journal.back(), 'D');
 
@@ -161,8 +156,7 @@ TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReferenceAndACounterCallbac
     onStack.GetRefCounter()->SetCallback([&calls] { calls++; });
     EXPECT_TRUE(onStack.GetRefCounter()->IsRefPtrValid());
     sptr<Tracked>(&onStack).clear();
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(journal, "FL");
+    EXPECT_TRUE(calls == 1 && journal == "FL") << journal;
 }
 
 TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
@@ -181,7 +175,7 @@ TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
     raw->CheckIsAttemptAcquireSet(nullptr); // nothing left to hand back
     EXPECT_EQ(raw->GetSptrRefCount(), 1);
     wrapped.clear();
-    EXPECT_EQ(journal.back(), 'D');
+    EXPECT_EQ(journal, "FLD");
 }
 
 // Many rounds of: one thread drops the only strong reference while another promotes a weak one. Either the
@@ -249,8 +243,8 @@ TEST(SingletonTest, OneInstanceUntilDestroyed)
     int made = g_delayedMade;
     EXPECT_EQ(DelayedSingleton<Delayed>::GetInstance(), first);
     DelayedSingleton<Delayed>::DestroyInstance();
-    EXPECT_NE(DelayedSingleton<Delayed>::GetInstance(), first); // the earlier holder keeps its own instance
-    EXPECT_EQ(g_delayedMade, made + 1);
+    // the earlier holder keeps its own instance
+    EXPECT_TRUE(DelayedSingleton<Delayed>::GetInstance() != first && g_delayedMade == made + 1);
     EXPECT_EQ(&DelayedRefSingleton<DelayedRef>::GetInstance(), &DelayedRefSingleton<DelayedRef>::GetInstance());
     EXPECT_EQ(&Singleton<Eager>::GetInstance(), &Singleton<Eager>::GetInstance());
 }

@@ -38,10 +38,7 @@ public:
     static IntParcelable *Unmarshalling(Parcel &parcel)
     {
         int32_t value = 0;
-        if (!parcel.ReadInt32(value)) {
-            return nullptr;
-        }
-        return new (std::nothrow) IntParcelable(value);
+        return parcel.ReadInt32(value) ? new (std::nothrow) IntParcelable(value) : nullptr;
     }
 
     int32_t value_;
