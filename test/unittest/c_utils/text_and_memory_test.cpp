@@ -14,28 +14,20 @@ TEST(StringExTest, ConvertsEveryUtf8LengthBothWaysAndInvalidInputStopsOrEmptiesT
 {
     const std::string utf8 = "a\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80"; // a, U+00E9, U+4E2D, U+1F600
     const std::u16string utf16 = u"a\u00e9\u4e2d\xd83d\xde00";
-    EXPECT_EQ(Str8ToStr16(utf8), utf16);
-    EXPECT_EQ(Str16ToStr8(utf16), utf8);
-    EXPECT_EQ(GetUtf16ToUtf8Length(utf16), 10);
+    EXPECT_TRUE(Str8ToStr16(utf8) == utf16 && Str16ToStr8(utf16) == utf8 && GetUtf16ToUtf8Length(utf16) == 10);
     char buffer[11];
     EXPECT_EQ(Char16ToChar8(utf16, buffer, 10), -1); // no room for the NUL
-    EXPECT_EQ(Char16ToChar8(utf16, buffer, 11), 11);
-    EXPECT_STREQ(buffer, utf8.c_str());
-    EXPECT_EQ(Str8ToStr16(""), u"");
-    EXPECT_EQ(Str16ToStr8(u""), "");
-    EXPECT_EQ(GetUtf16ToUtf8Length(u""), -1);
+    EXPECT_TRUE(Char16ToChar8(utf16, buffer, 11) == 11 && buffer == utf8);
+    EXPECT_TRUE(Str8ToStr16("").empty() && Str16ToStr8(u"").empty() && GetUtf16ToUtf8Length(u"") == -1);
 
-    EXPECT_EQ(Str8ToStr16(std::string("a\0b", 3)), u"a");
-    EXPECT_EQ(Str16ToStr8(std::u16string(u"a\0b", 3)), "a");
+    EXPECT_TRUE(Str8ToStr16(std::string("a\0b", 3)) == u"a" && Str16ToStr8(std::u16string(u"a\0b", 3)) == "a");
     for (const char *bad : {"ok\xff", "ok\xe4\xb8", "\x80", "\xc0\xaf"}) { // byte, truncated, stray, overlong
         EXPECT_EQ(Str8ToStr16(bad), u"") << bad;
     }
     const std::u16string loneLow(1, char16_t(0xDC00));
-    EXPECT_EQ(Str16ToStr8(u"x" + loneLow), "");
-    EXPECT_EQ(GetUtf16ToUtf8Length(loneLow), -1);
+    EXPECT_TRUE(Str16ToStr8(u"x" + loneLow).empty() && GetUtf16ToUtf8Length(loneLow) == -1);
     char kept[8] = "keep";
-    EXPECT_EQ(Char16ToChar8(loneLow, kept, sizeof(kept)), -1);
-    EXPECT_STREQ(kept, "keep");
+    EXPECT_TRUE(Char16ToChar8(loneLow, kept, sizeof(kept)) == -1 && std::string(kept) == "keep");
     EXPECT_EQ(Str16ToStr8(std::u16string(1, char16_t(0xD800)) + u"a"), "a"); // a lone high surrogate is dropped
 }
 
@@ -76,11 +68,8 @@ TEST(StringExTest, CaseTrimReplaceAndClassification)
     for (const auto &[predicate, text, expected] : predicates) {
         EXPECT_EQ(predicate(text), expected) << text;
     }
-    EXPECT_TRUE(IsSameTextStr("Tarnby", "tARNBY"));
-    EXPECT_FALSE(IsSameTextStr("Tarnby", "Tarnb"));
-    EXPECT_TRUE(IsSubStr("service", "vic"));
-    EXPECT_FALSE(IsSubStr("service", "x"));
-    EXPECT_FALSE(IsSubStr("service", ""));
+    EXPECT_TRUE(IsSameTextStr("Tarnby", "tARNBY") && !IsSameTextStr("Tarnby", "Tarnb"));
+    EXPECT_TRUE(IsSubStr("service", "vic") && !IsSubStr("service", "x") && !IsSubStr("service", ""));
 }
 
 TEST(StringExTest, SplitAndPiecesBetweenDelimiters)
@@ -96,11 +85,9 @@ TEST(StringExTest, SplitAndPiecesBetweenDelimiters)
     EXPECT_EQ(pieces, std::vector<std::string>{"a::b"});
 
     std::string sub = "kept";
-    EXPECT_EQ(GetFirstSubStrBetween("x[ab]y[c]", "[", "]", sub), 4u);
-    EXPECT_EQ(sub, "ab");
-    EXPECT_EQ(GetFirstSubStrBetween("x[ab", "[", "]", sub), std::string::npos);
-    EXPECT_EQ(GetFirstSubStrBetween("x[ab]", "", "]", sub), std::string::npos);
-    EXPECT_EQ(sub, "ab");
+    EXPECT_TRUE(GetFirstSubStrBetween("x[ab]y[c]", "[", "]", sub) == 4u && sub == "ab");
+    EXPECT_TRUE(GetFirstSubStrBetween("x[ab", "[", "]", sub) == std::string::npos &&
+                GetFirstSubStrBetween("x[ab]", "", "]", sub) == std::string::npos && sub == "ab");
     pieces.clear();
     GetSubStrBetween("x[ab]y[c][]z[", "[", "]", pieces);
     EXPECT_EQ(pieces, (std::vector<std::string>{"ab", "c", ""}));
@@ -140,16 +127,13 @@ TEST(MemcpySTest, ChecksInTheLibrarysOrderAndWipesOnResetCodesAndMemsetSFillsOrR
         EXPECT_EQ(std::vector<uint8_t>(dest, dest + 4), c.after) << c.destMax << "/" << c.count;
     }
     uint8_t self[4] = {5, 6, 7, 8};
-    EXPECT_EQ(memcpy_s(self, 4, self, 4), EOK);     // the same range is no overlap
-    EXPECT_EQ(memcpy_s(self + 2, 2, self, 2), EOK); // nor are adjacent ones
-    EXPECT_EQ(self[2], 5);
+    // the same range is no overlap, nor are adjacent ones
+    EXPECT_TRUE(memcpy_s(self, 4, self, 4) == EOK && memcpy_s(self + 2, 2, self, 2) == EOK && self[2] == 5);
 
     uint8_t dest[8];
     memset(dest, 0xAA, sizeof(dest));
-    EXPECT_EQ(memset_s(nullptr, 0, 0, 0), ERANGE);
-    EXPECT_EQ(memset_s(nullptr, 8, 0, 1), EINVAL);
+    EXPECT_TRUE(memset_s(nullptr, 0, 0, 0) == ERANGE && memset_s(nullptr, 8, 0, 1) == EINVAL);
     EXPECT_EQ(memset_s(dest, 4, 0x11, 6), 162);
     EXPECT_EQ(std::vector<uint8_t>(dest, dest + 5), (std::vector<uint8_t>{0x11, 0x11, 0x11, 0x11, 0xAA}));
-    EXPECT_EQ(memset_s(dest, 8, 0x22, 8), EOK);
-    EXPECT_EQ(dest[7], 0x22);
+    EXPECT_TRUE(memset_s(dest, 8, 0x22, 8) == EOK && dest[7] == 0x22);
 }
