@@ -174,6 +174,9 @@ const auto Str = OUT(std::string, p.ReadString(v), "s=" + Q(v));
 const auto Str16 = OUT(std::u16string, p.ReadString16(v), "s=" + Q16(v));
 const auto U32Vec = OUT(std::vector<uint32_t>, p.ReadUInt32Vector(&v), V(v, N));
 const auto StrVec = OUT(std::vector<std::string>, p.ReadStringVector(&v), V(v, Q));
+const auto Int16U = OUT(int16_t, p.ReadInt16Unaligned(v), "v=" + N(v));
+const auto Grown = [](Parcel &p, size_t bytes) { return Fill(p, bytes) ? N(p.GetDataCapacity()) : "no room"; };
+const auto Max = [](bool ok, const Parcel &p) { return B(ok) + " max=" + N(p.GetMaxCapacity()); };
 const auto Object = [](Parcel &p) {
     sptr<IntParcelable> object = p.ReadStrongParcelable<IntParcelable>();
     return object == nullptr ? "nullptr" : "object v=" + N(object->value_);
@@ -205,13 +208,7 @@ std::map<std::string, std::function<void(Parcel &, Steps &)>> ReadCases()
         CALLS("empty_ReadBuffer", Buf(p.ReadBuffer(0), 0) << Buf(p.ReadBuffer(4), 4) << Buf(p.ReadUnpadBuffer(4), 4)),
         CALLS("empty_sizes", N(p.GetDataSize())
                                  << N(p.GetDataCapacity()) << N(p.GetMaxCapacity()) << N(p.GetWritableBytes())),
-        {"short2_reads",
-         [](Parcel &p, Steps &s) {
-             int16_t v = 0;
-             s << N(p.ReadInt32()) << Uint32(p, 777) << Bool(p, true) << Str(p, "keep");
-             bool ok = p.ReadInt16Unaligned(v);
-             s << B(ok) + " v=" + N(v);
-         }},
+        CALLS("short2_reads", N(p.ReadInt32()) << Uint32(p, 777) << Bool(p, true) << Str(p, "keep") << Int16U(p, 0)),
         CALLS("int32_readback", N(p.ReadInt32()) << N(p.ReadInt32())), CALLS("uint32_as_int32", N(p.ReadInt32())),
         CALLS("bool_from_2", B(p.ReadBool()) << Bool(p, false)),
         CALLS("int64_short", N(p.ReadInt64()) << N(p.ReadInt32())),
@@ -235,20 +232,11 @@ std::map<std::string, std::function<void(Parcel &, Steps &)>> ReadCases()
         CALLS("buffer_read_nopad", Buf(p.ReadBuffer(5), 5) << N(p.ReadInt32())),
         CALLS("unpad_read_past_data_end", Buf(p.ReadUnpadBuffer(1), 1) << N(p.GetReadPosition())),
         CALLS("parsefrom_readonly", N(p.ReadInt32()) << B(p.WriteInt32(1)) << N(p.ReadInt32())),
-        {"cap_growth",
-         [](Parcel &p, Steps &s) {
-             for (size_t target : {4, 64, 68, 4096, 4100, 8196}) {
-                 Fill(p, target);
-                 s << N(p.GetDataCapacity());
-             }
-         }},
-        {"cap_setmax",
-         [](Parcel &p, Steps &s) {
-             for (size_t max : {100, 204800, 204801, 300000, 250000}) {
-                 bool ok = p.SetMaxCapacity(max);
-                 s << B(ok) + " max=" + N(p.GetMaxCapacity());
-             }
-         }},
+        CALLS("cap_growth", Grown(p, 4) << Grown(p, 64) << Grown(p, 68) << Grown(p, 4096) << Grown(p, 4100)
+                                << Grown(p, 8196)),
+        CALLS("cap_setmax", Max(p.SetMaxCapacity(100), p) << Max(p.SetMaxCapacity(204800), p)
+                                << Max(p.SetMaxCapacity(204801), p) << Max(p.SetMaxCapacity(300000), p)
+                                << Max(p.SetMaxCapacity(250000), p)),
         CALLS("cap_default_full_int32", N(p.GetDataSize()) + "; " + N(p.GetDataCapacity())
                                             << Size(p.WriteInt32(1), p) << Size(p.WriteBool(true), p)
                                             << Size(p.WriteString(""), p) << Size(p.WriteParcelable(nullptr), p)
@@ -262,12 +250,10 @@ std::map<std::string, std::function<void(Parcel &, Steps &)>> ReadCases()
                                        << Size(p.WriteBuffer(BYTES, 5), p) << Size(p.WriteUnpadBuffer(BYTES, 5), p)
                                        << Size(p.WriteBuffer(BYTES, 4), p)),
         CALLS("cap_raised_max", SizeCap(p.WriteInt32(1), p) << Size(p.WriteInt32(2), p)),
-        {"cap_setdata_small",
-         [](Parcel &p, Steps &s) {
-             s << Cap(p.SetDataCapacity(8), p) << SizeCap(R({p.WriteInt32(1), p.WriteInt32(2), p.WriteInt32(3)}), p)
-               << Cap(p.SetDataCapacity(12), p) << Cap(p.SetDataCapacity(13), p)
-               << SizeCap(R({p.WriteInt32(4), p.WriteInt32(5)}), p);
-         }},
+        CALLS("cap_setdata_small", Cap(p.SetDataCapacity(8), p)
+                                       << SizeCap(R({p.WriteInt32(1), p.WriteInt32(2), p.WriteInt32(3)}), p)
+                                       << Cap(p.SetDataCapacity(12), p) << Cap(p.SetDataCapacity(13), p)
+                                       << SizeCap(R({p.WriteInt32(4), p.WriteInt32(5)}), p)),
         CALLS("cap_setdata_above_max",
               Cap(p.SetDataCapacity(204808), p) + " max=" + N(p.GetMaxCapacity())
                   << Size(Fill(p, 204808), p) << Size(p.WriteInt32(1), p)),
@@ -275,8 +261,9 @@ std::map<std::string, std::function<void(Parcel &, Steps &)>> ReadCases()
         CALLS("cap_bigstring_max_4190208", SizeCap(p.WriteString(std::string(4190207, 'x')), p)),
         CALLS("cap_bigstring_max_4190212", SizeCap(p.WriteString(std::string(4190207, 'x')), p)
                                                << Size(p.WriteInt32(1), p)),
-        CALLS("cap_bigunpad_default", Size(R({p.WriteUint32(4190208),
-                                                p.WriteUnpadBuffer(std::vector<uint8_t>(4190208, 0x5a).data(), 4190208)}), p)),
+        CALLS("cap_bigunpad_default",
+              Size(R({p.WriteUint32(4190208), p.WriteUnpadBuffer(std::vector<uint8_t>(4190208, 0x5a).data(), 4190208)}),
+                   p)),
         CALLS("cap_setdata_then_fill", N(p.GetDataCapacity()) + "; " + N(p.GetMaxCapacity())
                                            << SizeCap(p.WriteString(std::string(249995, 'x')), p)
                                            << SizeCap(p.WriteInt32(1), p)),
