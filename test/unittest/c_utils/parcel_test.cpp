@@ -190,7 +190,7 @@ TEST(ParcelReadTest, BinderObjectsAreReadWholeOrNotAtAll)
     EXPECT_TRUE(object != nullptr && object->handle == 0x1234u && parcel.ReadInt32() == 6);
 }
 
-TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocator)
+TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocatorAndAWriteFaultFailsExactlyTheNthWrite)
 {
     JournalAllocator::calls.clear();
     {
@@ -203,10 +203,7 @@ TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocator)
         EXPECT_TRUE(parcel.WriteInt32(3) && parcel.ReadInt32() == 1); // grows through the new allocator
     }
     EXPECT_EQ(JournalAllocator::calls, "ard"); // copied into its own block, grown, freed with the parcel
-}
-
-TEST(ParcelWriteTest, WriteFaultFailsExactlyTheNthWriteOnThisThread)
-{
+    // The write-fault switch fails exactly the nth write, on this thread only.
     Parcel parcel;
     HostParcel::FailNthWrite(3);
     EXPECT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(0x100)); // a string's length is write 3, its body write 4

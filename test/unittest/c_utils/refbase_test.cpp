@@ -98,7 +98,7 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
     EXPECT_EQ(journal, "DFLD");
 }
 
-TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCounts)
+TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCountsAndWeakPointersComeFromDerivedAndSiblingTypes)
 {
     std::string journal;
     sptr<Tracked> a = new Tracked(&journal);
@@ -113,11 +113,7 @@ TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCounts)
     EXPECT_TRUE(source.GetRefCounter() == nullptr && source.GetSptrRefCount() == 0);
     source.IncStrongRef(nullptr); // does nothing without counts
     EXPECT_TRUE(target.GetRefCounter() == counts && target.GetSptrRefCount() == INITIAL_PRIMARY_VALUE);
-}
-
-// wptr<T>(O*) and operator=(O*) start lineages of T, converting the address.
-TEST(RefBaseTest, WeakPointersFromDerivedAndSiblingTypes)
-{
+    // wptr<T>(O*) and operator=(O*) start lineages of T, converting the address.
     int deaths = Both::deaths;
     sptr<Both> both = new Both();
     wptr<Right> right(both.GetRefPtr());

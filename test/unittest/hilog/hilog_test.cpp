@@ -79,7 +79,7 @@ void SetLevelVariable(const char *value)
 }
 } // namespace
 
-TEST(HiLogFormatTest, PrivacyTagsConversionsArgumentOrderAndTheRecord)
+TEST(HiLogFormatTest, PrivacyTagsConversionsArgumentOrderTheRecordAndTheThresholdCheckedBeforeFormatting)
 {
     LogCapture capture;
     auto text = [&capture](auto... args) {
@@ -108,16 +108,12 @@ TEST(HiLogFormatTest, PrivacyTagsConversionsArgumentOrderAndTheRecord)
     ASSERT_TRUE(capture.Find("code 1012", &record));
     EXPECT_TRUE(record.type == LOG_CORE && record.level == LOG_ERROR && record.domain == DOMAIN && record.tag == TAG);
     EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_ERROR, DOMAIN, TAG, nullptr), -1);
-}
-
-TEST(HiLogLevelTest, ThresholdComesFromTheEnvironmentAndIsCheckedBeforeFormatting)
-{
+    // The threshold comes from the environment.
     const struct {
         const char *value;
         LogLevel threshold;
     } cases[] = {{nullptr, LOG_INFO},  {"D", LOG_DEBUG}, {"debug", LOG_DEBUG}, {"warn", LOG_WARN},   {"E", LOG_ERROR},
                  {"FATAL", LOG_FATAL}, {"f", LOG_FATAL}, {"", LOG_INFO},       {"verbose", LOG_INFO}};
-    LogCapture capture;
     for (const auto &c : cases) {
         SetLevelVariable(c.value);
         for (LogLevel level : {LOG_DEBUG, LOG_INFO, LOG_WARN, LOG_ERROR, LOG_FATAL}) {

@@ -55,7 +55,7 @@ TEST(MessageParcelTest, InterfaceTokenExceptionWordAndPrintedBytes)
     EXPECT_TRUE(capture.Contains("Caller:42 size 8 data ffffffff63000000"));
 }
 
-TEST(MessageParcelTest, StubIsAFlatBinderHeldByTheParcelAndAbsentObjectsConsumeNothing)
+TEST(MessageParcelTest, StubsAndDescriptorsAreFlatObjectsAndAbsentOnesConsumeNothing)
 {
     sptr<ScriptedStub> stub = new ScriptedStub();
     MessageParcel parcel;
@@ -71,24 +71,21 @@ TEST(MessageParcelTest, StubIsAFlatBinderHeldByTheParcelAndAbsentObjectsConsumeN
     parcel.SkipBytes(4);
     EXPECT_EQ(parcel.ReadRemoteObject().GetRefPtr(), static_cast<IRemoteObject *>(stub.GetRefPtr()));
     EXPECT_EQ(parcel.GetReadPosition(), 4 + FLAT_SIZE);
-}
-
-TEST(MessageParcelTest, DescriptorIsDuplicatedOnWriteAndEveryReadAndClosesWithTheParcel)
-{
+    // A descriptor is duplicated on the write and on every read, and the parcel's own copy closes with it.
     Pipe pipe;
     int held = -1;
     {
-        MessageParcel parcel;
-        EXPECT_FALSE(parcel.WriteFileDescriptor(-1));
-        ASSERT_TRUE(parcel.WriteFileDescriptor(pipe.fds[1]));
-        EXPECT_TRUE(parcel.ContainFileDescriptors());
-        EXPECT_EQ(Hex(parcel).substr(0, 16), "852a64667f010000") << "type \"fd*\", flags 0x17f";
-        held = static_cast<int>(HandleAt(parcel, 0));
+        MessageParcel carrier;
+        EXPECT_FALSE(carrier.WriteFileDescriptor(-1));
+        ASSERT_TRUE(carrier.WriteFileDescriptor(pipe.fds[1]));
+        EXPECT_TRUE(carrier.ContainFileDescriptors());
+        EXPECT_EQ(Hex(carrier).substr(0, 16), "852a64667f010000") << "type \"fd*\", flags 0x17f";
+        held = static_cast<int>(HandleAt(carrier, 0));
         EXPECT_NE(held, pipe.fds[1]);
-        int first = parcel.ReadFileDescriptor();
-        EXPECT_EQ(parcel.GetReadPosition(), FLAT_SIZE);
-        parcel.RewindRead(0);
-        int second = parcel.ReadFileDescriptor();
+        int first = carrier.ReadFileDescriptor();
+        EXPECT_EQ(carrier.GetReadPosition(), FLAT_SIZE);
+        carrier.RewindRead(0);
+        int second = carrier.ReadFileDescriptor();
         EXPECT_TRUE(first != held && second != first && first >= 0);
         EXPECT_TRUE(SamePipe(first, pipe.fds[0]) && SamePipe(second, pipe.fds[0]));
         close(first);

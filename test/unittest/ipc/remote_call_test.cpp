@@ -216,7 +216,7 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
               (std::pair<size_t, size_t>(1, 0)));
 }
 
-TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBornDead)
+TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadARecycledAddressIsNotBornDeadAndARequestInFlightCompletes)
 {
     sptr<IRemoteObject> callback = new ScriptedStub();
     HostIpc::KillObject(callback);
@@ -235,10 +235,7 @@ TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadAndARecycledAddressIsNotBo
         ASSERT_FALSE(ProxyOf(fresh)->IsObjectDead()) << "round " << round;
         HostIpc::KillObject(fresh);
     }
-}
-
-TEST(DeathTest, RequestInFlightCompletesWhenItsTargetIsKilled)
-{
+    // A request in flight completes when its target is killed.
     std::promise<void> entered, release;
     sptr<IRemoteObject> service = new ScriptedStub([&](auto, auto &, MessageParcel &reply, auto &...) {
         entered.set_value();

@@ -66,7 +66,7 @@ TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyUntilKilledAndLook
     EXPECT_TRUE(HostSamgr::GetSystemAbilityCallCount() == 0 && Ask() == -1);
 }
 
-TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedAndRemovalWorksOnce)
+TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedRemovalWorksOnceAndTheManagerKeepsItsRegistrations)
 {
     sptr<IRemoteObject> service = new ScriptedStub();
     for (int32_t bad : {-1, 0x01000000}) {
@@ -78,10 +78,7 @@ TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedAndRemovalWorksOnce)
     EXPECT_EQ(std::pair(Ask(0x00ffffff), Ask(0)), std::pair(1, 2));
     EXPECT_TRUE(Manager()->RemoveSystemAbility(0) == ERR_OK && Ask(0) == -1);
     EXPECT_NE(Manager()->RemoveSystemAbility(0), ERR_OK);
-}
-
-TEST_F(SamgrTest, UnavailableOrDroppedManagerKeepsItsRegistrationsAndItsDescriptor)
-{
+    // An unavailable or dropped manager keeps its registrations.
     Add(4);
     HostSamgr::SetManagerAvailable(false);
     EXPECT_EQ(Manager(), nullptr);
