@@ -150,7 +150,6 @@ std::map<std::string, std::function<std::string(Parcel &)>> WriteCases()
 struct Steps {
     Parcel &p;
     std::string results, readable, positions;
-
     Steps &operator<<(const std::string &result)
     {
         bool first = readable.empty();

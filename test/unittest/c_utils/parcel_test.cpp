@@ -113,14 +113,12 @@ TEST(ParcelVectorTest, CountsAreBoundedByTheWireSizeOfTheirElements)
     EXPECT_TRUE(flags == std::vector<bool>{true} && boolParcel->GetReadPosition() == 4u);
     std::vector<double> doubles;
     EXPECT_FALSE(parcelWith(2, 12)->ReadDoubleVector(&doubles));
-
     // 100000 bytes of zeros hold 12500 empty strings (length word and NUL word each), not one more.
     std::vector<std::string> texts;
     EXPECT_TRUE(!parcelWith(12501, 100000)->ReadStringVector(&texts) && texts.empty());
     EXPECT_TRUE(parcelWith(12500, 100000)->ReadStringVector(&texts) && texts.size() == 12500u);
     std::vector<std::u16string> texts16;
     EXPECT_FALSE(parcelWith(12501, 100000)->ReadString16Vector(&texts16));
-
     // The last element may lack its pad at the very end of received data.
     auto *block = static_cast<uint8_t *>(calloc(9, 1));
     block[0] = 1;
@@ -164,7 +162,6 @@ TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindAndUnalignedBools)
     EXPECT_TRUE(parcel.WriteInt32(1) && parcel.WriteInt32(2) && !parcel.RewindWrite(12));
     EXPECT_TRUE(parcel.RewindWrite(4) && parcel.WriteInt32(3));
     EXPECT_EQ(Hex(parcel), "0100000003000000");
-
     Parcel bytes; // an unaligned bool is any non-zero byte
     for (uint8_t byte : {2, 0, 1, 0xff}) {
         ASSERT_TRUE(bytes.WriteUint8Unaligned(byte));

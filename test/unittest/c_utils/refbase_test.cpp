@@ -71,14 +71,12 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
     EXPECT_EQ(Counts(w1.GetWeakRefCount(), w3.GetWeakRefCount()), Counts(1, 2));
     wptr<Tracked> moved = std::move(w1);
     EXPECT_TRUE(w1.GetRefPtr() == nullptr && s->GetWptrRefCount() == 3);
-
     sptr<Tracked> promoted = w3.promote();
     EXPECT_EQ(Counts(s->GetSptrRefCount(), s->GetWptrRefCount()), Counts(2, 4));
     promoted.clear();
     s.clear();
     EXPECT_EQ(journal, "FLD");
     EXPECT_TRUE(w3.promote() == nullptr && w3.GetWeakRefCount() == 2); // the lineage outlives the object
-
     // An object held only weakly goes with its last weak pointer.
     journal.clear();
     auto *raw = new Tracked(&journal);
@@ -89,7 +87,6 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
         EXPECT_EQ(journal, "");
     }
     EXPECT_EQ(journal, "D");
-
     auto *promotedLater = new Tracked(&journal);
     wptr<Tracked> again(promotedLater);
     sptr<Tracked> strong = again.promote();
@@ -106,7 +103,6 @@ TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCountsAndWeakPointersComeFromDe
     EXPECT_TRUE(a.GetRefPtr() == nullptr && b->GetSptrRefCount() == 1);
     b = b.GetRefPtr(); // self-assignment keeps the object
     EXPECT_EQ(journal, "F");
-
     Tracked source(&journal);
     RefCounter *counts = source.GetRefCounter();
     Tracked target(std::move(source));
@@ -120,7 +116,6 @@ TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCountsAndWeakPointersComeFromDe
     wptr<Left> left;
     left = both.GetRefPtr();
     EXPECT_TRUE(right.GetRefPtr() == static_cast<Right *>(both.GetRefPtr()) && both->GetWptrRefCount() == 3);
-
     wptr<Both> weakBoth = both;
     wptr<Right> viaBoth = weakBoth;
     sptr<Right> strongRight = viaBoth.promote();
@@ -144,7 +139,6 @@ TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReferenceAndACounterCallbac
     EXPECT_TRUE(journal == "FL" && weak.promote() != nullptr) << journal;
     weak = nullptr;
     EXPECT_EQ(journal.back(), 'D');
-
     // A callback set on the counter replaces the deletion.
     journal.clear();
     Tracked onStack(&journal);

@@ -29,18 +29,15 @@ inline std::string Hex(const Parcel &parcel, size_t from = 0)
 class IntParcelable : public Parcelable {
 public:
     explicit IntParcelable(int32_t value) : value_(value) {}
-
     bool Marshalling(Parcel &parcel) const override
     {
         return parcel.WriteInt32(value_);
     }
-
     static IntParcelable *Unmarshalling(Parcel &parcel)
     {
         int32_t value = 0;
         return parcel.ReadInt32(value) ? new (std::nothrow) IntParcelable(value) : nullptr;
     }
-
     int32_t value_;
 };
 

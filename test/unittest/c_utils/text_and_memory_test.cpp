@@ -19,7 +19,6 @@ TEST(StringExTest, ConvertsEveryUtf8LengthBothWaysAndInvalidInputStopsOrEmptiesT
     EXPECT_EQ(Char16ToChar8(utf16, buffer, 10), -1); // no room for the NUL
     EXPECT_TRUE(Char16ToChar8(utf16, buffer, 11) == 11 && buffer == utf8);
     EXPECT_TRUE(Str8ToStr16("").empty() && Str16ToStr8(u"").empty() && GetUtf16ToUtf8Length(u"") == -1);
-
     EXPECT_TRUE(Str8ToStr16(std::string("a\0b", 3)) == u"a" && Str16ToStr8(std::u16string(u"a\0b", 3)) == "a");
     for (const char *bad : {"ok\xff", "ok\xe4\xb8", "\x80", "\xc0\xaf"}) { // byte, truncated, stray, overlong
         EXPECT_EQ(Str8ToStr16(bad), u"") << bad;
@@ -83,7 +82,6 @@ TEST(StringExTest, SplitAndPiecesBetweenDelimiters)
     pieces.clear();
     SplitStr("a::b", "", pieces);
     EXPECT_EQ(pieces, std::vector<std::string>{"a::b"});
-
     std::string sub = "kept";
     EXPECT_TRUE(GetFirstSubStrBetween("x[ab]y[c]", "[", "]", sub) == 4u && sub == "ab");
     EXPECT_TRUE(GetFirstSubStrBetween("x[ab", "[", "]", sub) == std::string::npos &&
@@ -129,7 +127,6 @@ TEST(MemcpySTest, ChecksInTheLibrarysOrderAndWipesOnResetCodesAndMemsetSFillsOrR
     uint8_t self[4] = {5, 6, 7, 8};
     // the same range is no overlap, nor are adjacent ones
     EXPECT_TRUE(memcpy_s(self, 4, self, 4) == EOK && memcpy_s(self + 2, 2, self, 2) == EOK && self[2] == 5);
-
     uint8_t dest[8];
     memset(dest, 0xAA, sizeof(dest));
     EXPECT_TRUE(memset_s(nullptr, 0, 0, 0) == ERANGE && memset_s(nullptr, 8, 0, 1) == EINVAL);

@@ -102,7 +102,6 @@ TEST(HiLogFormatTest, PrivacyTagsConversionsArgumentOrderTheRecordAndTheThreshol
     EXPECT_EQ(text("100%% of %{public}c", 'x'), "100% of x");
     EXPECT_EQ(text("%{public}s", static_cast<const char *>(nullptr)), "(null)");
     EXPECT_EQ(text("%{public}s!", std::string(300, 'y').c_str()), std::string(300, 'y') + "!");
-
     EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_ERROR, DOMAIN, TAG, "code %{public}d", 1012), 9);
     HiLogRecord record;
     ASSERT_TRUE(capture.Find("code 1012", &record));
@@ -181,7 +180,6 @@ TEST(HiLogWriterTest, FloodDropsTheOldestLinesCountsThemAndKeepsEachThreadsOrder
     HiLogPrint(LOG_CORE, LOG_INFO, DOMAIN, TAG, "end");
     err.StartReading();
     std::vector<std::string> texts = err.Finish();
-
     long printed = 0, dropped = 0;
     std::vector<int> last(THREADS, -1);
     for (const std::string &text : texts) {
@@ -238,7 +236,6 @@ TEST(HiLogSinkTest, ReplacedSinkIsNeverCalledAgainWhileOthersLog)
     }
     HiLogSetSink(nullptr);
     EXPECT_EQ(late.load(), 0);
-
     // Replacing itself, the sink must not wait for its own call, and must stay alive until that call ends.
     std::vector<std::string> texts;
     int firstCalls = 0;

@@ -59,7 +59,6 @@ struct CountingRecipient : public IRemoteObject::DeathRecipient {
     std::mutex mutex;
     std::condition_variable called;
     std::vector<std::pair<std::thread::id, sptr<IRemoteObject>>> calls;
-
     void OnRemoteDied(const wptr<IRemoteObject> &object) override
     {
         if (action) {

@@ -49,7 +49,6 @@ TEST(MessageParcelTest, InterfaceTokenExceptionWordAndPrintedBytes)
     EXPECT_EQ(Hex(reply).substr(0, 8), "00000000");
     EXPECT_EQ((std::vector<int32_t>{reply.ReadException(), reply.ReadException(), reply.ReadInt32()}),
               (std::vector<int32_t>{0, -3, 42}));
-
     LogCapture capture;
     other.PrintBuffer("Caller", 42);
     EXPECT_TRUE(capture.Contains("Caller:42 size 8 data ffffffff63000000"));
@@ -106,7 +105,6 @@ TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
     EXPECT_EQ(Hex(parcel), "0500000068656c6c6f000000");
     EXPECT_TRUE(parcel.ReadRawData(0) == nullptr && parcel.ReadRawData(4) == nullptr) << "no size or another one";
     EXPECT_EQ(parcel.GetReadPosition(), 4u) << "the size stays consumed";
-
     std::vector<uint8_t> atLimit(MessageParcel::MIN_RAWDATA_SIZE, 0x5a), above(MessageParcel::MIN_RAWDATA_SIZE + 1);
     for (size_t i = 0; i < above.size(); i++) {
         above[i] = static_cast<uint8_t>(i * 7);
@@ -141,11 +139,9 @@ TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
     EXPECT_TRUE(fd >= 0 && SamePipe(fd, pipe.fds[0]));
     close(fd);
     EXPECT_EQ(target.ReadUint32(), 0xabu);
-
     ASSERT_TRUE(source.Append(source)) << "appending a parcel to itself copies the old bytes";
     source.RewindRead(4 + 2 * FLAT_SIZE + 1); // the copy starts right after the unaligned byte
     EXPECT_TRUE(source.ReadInt32() == 7 && source.ReadRemoteObject() == stub);
-
     MessageParcel full;
     EXPECT_EQ(full.GetMaxCapacity(), 204800u);
     std::vector<uint8_t> block(204800);

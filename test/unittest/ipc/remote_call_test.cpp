@@ -70,7 +70,6 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     data.ReadInt32(); // the sender's read position must not travel
     MessageParcel reply;
     ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
-
     EXPECT_EQ(std::pair(seen.readPosition, seen.maxCapacity), (std::pair<size_t, size_t>(0, 400000)));
     EXPECT_NE(seen.fd, pipe.fds[1]);
     EXPECT_NE(seen.fd, static_cast<int>(*reinterpret_cast<const uint64_t *>(data.GetData() + 8)));
@@ -196,7 +195,6 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
                 proxy->AddDeathRecipient(remover));
     EXPECT_TRUE(proxy->RemoveDeathRecipient(removed));
     EXPECT_FALSE(proxy->RemoveDeathRecipient(removed) || proxy->IsObjectDead());
-
     HostIpc::KillObject(service);
     EXPECT_TRUE(proxy->IsObjectDead() && SendEmpty(proxy) == ERR_DEAD_OBJECT);
     EXPECT_EQ(SendEmpty(service), 0) << "the local object itself still answers in its own process";
@@ -205,7 +203,6 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
     remover->WaitForCalls(1);
     EXPECT_FALSE(selfRemoved) << "already taken off the dead proxy";
     EXPECT_FALSE(proxy->AddDeathRecipient(told) || proxy->RemoveDeathRecipient(told));
-
     HostIpc::KillObject(ProxyOf(service)); // a second death is no news; killing through a proxy works as well
     sptr<CountingRecipient> marker = new CountingRecipient();
     sptr<IRemoteObject> other = new ScriptedStub(), otherProxy = ProxyOf(other); // a recipient lives with its proxy

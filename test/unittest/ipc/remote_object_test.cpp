@@ -85,7 +85,6 @@ TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
     EXPECT_EQ(stub->GetObjectDescriptor(), u"test.Described");
     EXPECT_TRUE(stub->IRemoteObject::IsProxyObject()) << "the base class counts as a proxy";
     EXPECT_EQ(sptr<IRemoteObject>(new IPCObjectProxy(5, u"test.Named"))->GetObjectDescriptor(), u"test.Named");
-
     EXPECT_EQ(ProxyOf(stub)->GetInterfaceDescriptor(), u"test.Described") << "the proxy asks the other side";
     EXPECT_NE(ProxyOf(stub)->GetObjectDescriptor(), u"test.Described");
     sptr<IRemoteObject> unbound = new IPCObjectProxy(9999);
@@ -188,7 +187,6 @@ TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
     HostIpc::ClearThreadIdentity();
     ASSERT_EQ(SendEmpty(ProxyOf(service)), 0);
     EXPECT_EQ(seen, own);
-
     bool spoof = true;
     sptr<IRemoteObject> outer = new ScriptedStub([&](auto &&...) {
         if (spoof) {
@@ -208,7 +206,6 @@ TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
     EXPECT_TRUE(IPCSkeleton::IsLocalCalling() && IPCSkeleton::GetCallingDeviceID() == IPCSkeleton::GetLocalDeviceID());
     EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(0) || IPCSkeleton::SetMaxWorkThreadNum(-3));
     EXPECT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(16));
-
     sptr<IRemoteObject> first;
     EXPECT_FALSE(IPCSkeleton::SetContextObject(first));
     first = new ScriptedStub();
@@ -229,12 +226,10 @@ TEST(BrokerTest, ProxyIsWrappedAnewByTheFirstRegisteredCreatorAndALocalStubOnlyU
     EXPECT_TRUE(first != second && first->AsObject() == proxy);
     EXPECT_EQ(first->Greet(21), 42);
     EXPECT_TRUE(iface_cast<IGreeter>(nullptr) == nullptr && iface_cast<IUnregistered>(proxy) == nullptr);
-
     EXPECT_EQ(iface_cast<IGreeter>(stub->AsObject()).GetRefPtr(), static_cast<IGreeter *>(stub.GetRefPtr()));
     EXPECT_EQ(iface_cast<IUnregistered>(stub->AsObject()), nullptr);
     sptr<IRemoteObject> mislabelled = new IPCObjectStub(u"test.Other");
     EXPECT_TRUE(iface_cast<IGreeter>(mislabelled) == nullptr && mislabelled->AsInterface() == nullptr);
-
     auto &registration = BrokerRegistration::Get();
     // A creator registered after GreeterProxy's must never be used.
     auto late = [](const sptr<IRemoteObject> &) -> sptr<IRemoteBroker> { return nullptr; };
@@ -244,13 +239,11 @@ TEST(BrokerTest, ProxyIsWrappedAnewByTheFirstRegisteredCreatorAndALocalStubOnlyU
         BrokerDelegator<GreeterProxy> loser; // its destructor must not unregister the winner
     }
     EXPECT_EQ(iface_cast<IGreeter>(proxy)->Greet(5), 10);
-
     auto creator = [](const sptr<IRemoteObject> &object) -> sptr<IRemoteBroker> { return new GreeterProxy(object); };
     ASSERT_TRUE(registration.Register(u"test.ITemporary", creator, nullptr));
     EXPECT_NE(registration.NewInstance(u"test.ITemporary", proxy), nullptr);
     registration.Unregister(u"test.ITemporary");
     EXPECT_EQ(registration.NewInstance(u"test.ITemporary", proxy), nullptr);
-
     MessageParcel data, reply;
     data.WriteInterfaceToken(u"test.ISomethingElse");
     EXPECT_EQ(Send(proxy, data, reply), IPC_STUB_INVALID_DATA_ERR);
