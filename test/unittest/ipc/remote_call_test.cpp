@@ -234,18 +234,18 @@ TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadARecycledAddressIsNotBornD
     }
     // A request in flight completes when its target is killed.
     std::promise<void> entered, release;
-    sptr<IRemoteObject> service = new ScriptedStub([&](auto, auto &, MessageParcel &reply, auto &...) {
+    sptr<IRemoteObject> slow = new ScriptedStub([&](auto, auto &, MessageParcel &answer, auto &...) {
         entered.set_value();
         release.get_future().wait();
-        return reply.WriteInt32(6) ? 0 : -1;
+        return answer.WriteInt32(6) ? 0 : -1;
     });
-    sptr<IRemoteObject> proxy = ProxyOf(service);
+    sptr<IRemoteObject> proxy = ProxyOf(slow);
     auto call = std::async(std::launch::async, [proxy] {
-        MessageParcel data, reply;
-        return Send(proxy, data, reply) == 0 ? reply.ReadInt32() : -1;
+        MessageParcel request, answer;
+        return Send(proxy, request, answer) == 0 ? answer.ReadInt32() : -1;
     });
     entered.get_future().wait();
-    HostIpc::KillObject(service);
+    HostIpc::KillObject(slow);
     release.set_value();
     EXPECT_EQ(call.get(), 6);
     EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
