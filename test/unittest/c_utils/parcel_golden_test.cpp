@@ -62,6 +62,7 @@ std::string Join(const Items &items, const char *separator, Show show)
     return out;
 }
 
+const auto Same = [](const std::string &text) { return text; };
 const auto V = [](const auto &items, auto show) { return "v={" + Join(items, ", ", show) + "}"; };
 
 std::string R(std::initializer_list<bool> results)
@@ -77,8 +78,6 @@ bool Fill(Parcel &p, size_t bytes)
     }
     return all;
 }
-
-// ---------------------------------------------------------------- write rows (parcel_vectors.tsv)
 
 // clang-format off
 #define ROW(name, ...) {name, [](Parcel &p) { return R({__VA_ARGS__}); }}
@@ -144,8 +143,6 @@ std::map<std::string, std::function<std::string(Parcel &)>> WriteCases()
     // clang-format on
 }
 
-// ---------------------------------------------------------------- read rows (parcel_reads.tsv)
-
 // Outcomes of a row's calls, each with the readable bytes and the read position right after it.
 struct Steps {
     Parcel &p;
@@ -181,13 +178,10 @@ const auto Object = [](Parcel &p) {
     return object == nullptr ? "nullptr" : "object v=" + N(object->value_);
 };
 const auto Token = [](Parcel &p) {
-    std::string header = N(p.ReadInt32()) + ", ";
-    header += N(p.ReadInt32()) + ", ";
-    return header + Q16(p.ReadString16());
+    return Join(std::vector{N(p.ReadInt32()), N(p.ReadInt32()), Q16(p.ReadString16())}, ", ", Same);
 };
 const auto RawData = [](Parcel &p) {
-    std::string size = N(p.ReadInt32());
-    return size + ", " + Buf(p.ReadUnpadBuffer(5), 5);
+    return Join(std::vector{N(p.ReadInt32()), Buf(p.ReadUnpadBuffer(5), 5)}, ", ", Same);
 };
 
 // clang-format off
@@ -281,8 +275,6 @@ const std::map<std::string, std::vector<std::string>> HARDENED = {
     {"strvec_bad_elements", {"false v={}", "8", "4"}},
 };
 
-// ---------------------------------------------------------------- the file side
-
 using Row = std::map<std::string, std::string>;
 
 // Rows keyed by the header's column names; '#' lines are commentary.
@@ -338,12 +330,8 @@ void Prepare(Parcel &p, const Row &row)
         ASSERT_TRUE(p.ParseFrom(reinterpret_cast<uintptr_t>(copy), bytes.size()));
         return;
     }
-    if (size_t max = Number(setup, "SetMaxCapacity(")) {
-        ASSERT_TRUE(p.SetMaxCapacity(max));
-    }
-    if (size_t capacity = Number(setup, "SetDataCapacity(")) {
-        ASSERT_TRUE(p.SetDataCapacity(capacity));
-    }
+    size_t max = Number(setup, "SetMaxCapacity("), capacity = Number(setup, "SetDataCapacity(");
+    ASSERT_TRUE((max == 0 || p.SetMaxCapacity(max)) && (capacity == 0 || p.SetDataCapacity(capacity)));
     for (uint8_t byte : bytes) {
         ASSERT_TRUE(p.WriteUint8Unaligned(byte));
     }
