@@ -78,7 +78,7 @@ struct JournalAllocator : public DefaultAllocator {
 } // namespace
 
 // bool and int16 are widened to words like their scalar writers; int8, uint8 and uint16 are packed and padded once.
-TEST(ParcelVectorTest, EveryElementTypeHasThePlatformWidth)
+TEST(ParcelVectorTest, EveryElementTypeHasThePlatformWidthAndCountsAreBoundedByIt)
 {
     VECTOR(Int16, int16_t, {1, -2, 3}, "0300000001000000feffffff03000000");
     VECTOR(Bool, bool, {true, false, true}, "03000000010000000000000001000000");
@@ -92,11 +92,7 @@ TEST(ParcelVectorTest, EveryElementTypeHasThePlatformWidth)
     VECTOR(Float, float, {1.0f, -2.0f}, "020000000000803f000000c0");
     VECTOR(Double, double, {1.0}, "01000000000000000000f03f");
     VECTOR(String16, std::u16string, {u"ab"}, "01000000020000006100620000000000");
-}
-
-// A count is refused, consumed and with the vector untouched, unless count elements of their wire size fit.
-TEST(ParcelVectorTest, CountsAreBoundedByTheWireSizeOfTheirElements)
-{
+    // A count is refused, consumed and with the vector untouched, unless count elements of their wire size fit.
     auto parcelWith = [](int32_t count, size_t zeroBytes) {
         auto parcel = std::make_unique<Parcel>();
         parcel->SetMaxCapacity(1 << 20);

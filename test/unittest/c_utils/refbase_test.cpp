@@ -128,7 +128,7 @@ TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCountsAndWeakPointersComeFromDe
     EXPECT_EQ(late.promote(), nullptr);
 }
 
-TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReferenceAndACounterCallbackReplacesTheDeletion)
+TEST(RefBaseTest, ExtendedLifetimeACounterCallbackAndAnAttemptedAcquireChangeWhenTheObjectGoes)
 {
     std::string journal;
     auto *raw = new Tracked(&journal);
@@ -147,25 +147,22 @@ TEST(RefBaseTest, ExtendedLifetimeWaitsForTheLastWeakReferenceAndACounterCallbac
     EXPECT_TRUE(onStack.GetRefCounter()->IsRefPtrValid());
     sptr<Tracked>(&onStack).clear();
     EXPECT_TRUE(calls == 1 && journal == "FL") << journal;
-}
-
-TEST(RefBaseTest, AttemptAcquireHoldsUntilTheHandBack)
-{
-    std::string journal;
-    auto *raw = new Tracked(&journal);
-    sptr<Tracked> holder = raw;
-    EXPECT_FALSE(raw->IsAttemptAcquireSet());
-    ASSERT_TRUE(raw->AttemptAcquire(nullptr));
-    EXPECT_TRUE(raw->IsAttemptAcquireSet() && raw->GetSptrRefCount() == 2);
+    // An attempted acquire holds the object until it is handed back.
+    std::string acquired;
+    auto *target = new Tracked(&acquired);
+    sptr<Tracked> holder = target;
+    EXPECT_FALSE(target->IsAttemptAcquireSet());
+    ASSERT_TRUE(target->AttemptAcquire(nullptr));
+    EXPECT_TRUE(target->IsAttemptAcquireSet() && target->GetSptrRefCount() == 2);
     holder.clear();
-    EXPECT_EQ(journal, "F");
-    sptr<Tracked> wrapped = raw;
-    raw->CheckIsAttemptAcquireSet(nullptr);
-    EXPECT_TRUE(!raw->IsAttemptAcquireSet() && raw->GetSptrRefCount() == 1);
-    raw->CheckIsAttemptAcquireSet(nullptr); // nothing left to hand back
-    EXPECT_EQ(raw->GetSptrRefCount(), 1);
+    EXPECT_EQ(acquired, "F");
+    sptr<Tracked> wrapped = target;
+    target->CheckIsAttemptAcquireSet(nullptr);
+    EXPECT_TRUE(!target->IsAttemptAcquireSet() && target->GetSptrRefCount() == 1);
+    target->CheckIsAttemptAcquireSet(nullptr); // nothing left to hand back
+    EXPECT_EQ(target->GetSptrRefCount(), 1);
     wrapped.clear();
-    EXPECT_EQ(journal, "FLD");
+    EXPECT_EQ(acquired, "FLD");
 }
 
 // Many rounds of: one thread drops the only strong reference while another promotes a weak one. Either the

@@ -46,7 +46,7 @@ TEST(StringExTest, StrToIntTakesOnlyWholeDecimalIntegers)
     }
 }
 
-TEST(StringExTest, CaseTrimReplaceAndClassification)
+TEST(StringExTest, CaseTrimReplaceClassificationSplitAndPiecesBetweenDelimiters)
 {
     // clang-format off
     const std::pair<std::string, std::string> texts[] = {
@@ -69,10 +69,6 @@ TEST(StringExTest, CaseTrimReplaceAndClassification)
     }
     EXPECT_TRUE(IsSameTextStr("Tarnby", "tARNBY") && !IsSameTextStr("Tarnby", "Tarnb"));
     EXPECT_TRUE(IsSubStr("service", "vic") && !IsSubStr("service", "x") && !IsSubStr("service", ""));
-}
-
-TEST(StringExTest, SplitAndPiecesBetweenDelimiters)
-{
     std::vector<std::string> pieces = {"kept"};
     SplitStr(" a , ,b,", ",", pieces);
     EXPECT_EQ(pieces, (std::vector<std::string>{"kept", "a", "b"}));
