@@ -94,7 +94,7 @@ TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
 
 // Each reserved code, sent to the stub directly: its result and the words of its reply. Every request, reserved
 // or not, stamps the time it arrived.
-TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfAndRecordsWhenTheLastRequestArrived)
+TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfRecordsWhenTheLastRequestArrivedAndClosesTheDumpDescriptor)
 {
     int handled = 0;
     auto *raw = new ScriptedStub([&handled](auto &&...) { return ++handled; }, u"test.Reserved");
@@ -126,21 +126,18 @@ TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfAndRecordsWhenTheLastReq
     EXPECT_EQ(SendEmpty(new IPCObjectStub(), 42), IPC_STUB_UNKNOW_TRANS_ERR);
     EXPECT_FALSE(stub->AddDeathRecipient(new CountingRecipient()) ||
                  stub->RemoveDeathRecipient(new CountingRecipient()));
-}
-
-TEST(RemoteObjectTest, DumpHandsTheDescriptorAndArgumentsToDumpAndClosesItsCopy)
-{
+    // A dump hands the descriptor and the arguments to Dump and closes its own copy.
     Pipe pipe;
     int *fds = pipe.fds;
-    sptr<IRemoteObject> stub = new DumpingStub();
-    EXPECT_EQ(ProxyOf(stub)->Dump(fds[1], {u"state"}), 17);
+    sptr<IRemoteObject> dumping = new DumpingStub();
+    EXPECT_EQ(ProxyOf(dumping)->Dump(fds[1], {u"state"}), 17);
     char text[6] = {};
     EXPECT_TRUE(read(fds[0], text, 5) == 5 && std::string(text) == "state");
     {
         MessageParcel badArgs, reply;
         badArgs.WriteFileDescriptor(fds[1]);
         badArgs.WriteInt32(-1); // a negative argument count
-        EXPECT_EQ(Send(stub, badArgs, reply, DUMP_TRANSACTION), IPC_STUB_INVALID_DATA_ERR);
+        EXPECT_EQ(Send(dumping, badArgs, reply, DUMP_TRANSACTION), IPC_STUB_INVALID_DATA_ERR);
         EXPECT_EQ(badArgs.ReadFileDescriptor(), -1) << "the stub consumed the descriptor";
     }
     close(std::exchange(fds[1], -1));
