@@ -123,26 +123,7 @@ TEST(ParcelVectorTest, EveryElementTypeHasThePlatformWidthAndCountsAreBoundedByI
     EXPECT_TRUE(received.ReadStringVector(&texts) && texts == std::vector<std::string>{""});
 }
 
-// `size` includes the terminator, which overwrites the last typeSize bytes.
-TEST(ParcelWriteTest, BufferWithTerminatorCountsTheTerminatorInItsSize)
-{
-    struct Case {
-        const void *data;
-        size_t size, typeSize;
-        bool ok;
-        const char *hex;
-    } cases[] = {
-        {"abcX", 4, 1, true, "61626300"},         {"abcX", 3, 1, true, "61620000"},         {"abcX", 1, 4, false, ""},
-        {"abcX", 5, 1, true, "6162635800000000"}, {u"abX", 6, 2, true, "6100620000000000"}, {nullptr, 4, 1, false, ""},
-    };
-    for (const Case &c : cases) {
-        Parcel parcel;
-        EXPECT_EQ(parcel.WriteBufferAddTerminator(c.data, c.size, c.typeSize), c.ok) << c.hex;
-        EXPECT_EQ(Hex(parcel), c.hex);
-    }
-}
-
-TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindAndUnalignedBools)
+TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindUnalignedBoolsTheTerminatorRuleAndWholeBinderObjects)
 {
     auto *block = static_cast<uint8_t *>(malloc(8));
     memcpy(block, "\x07\0\0\0\x08\0\0\0", 8);
@@ -165,22 +146,33 @@ TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindAndUnalignedBools)
     EXPECT_EQ((std::vector<bool>{bytes.ReadBoolUnaligned(), bytes.ReadBoolUnaligned(), bytes.ReadBoolUnaligned(),
                                  bytes.ReadBoolUnaligned(), bytes.ReadBoolUnaligned()}),
               (std::vector<bool>{true, false, true, true, false})); // the last finds nothing left
-}
-
-// Reads may take a recorded binder object whole, never a part of it.
-TEST(ParcelReadTest, BinderObjectsAreReadWholeOrNotAtAll)
-{
-    ObjectParcel parcel;
-    ASSERT_TRUE(parcel.WriteInt32(5) && parcel.WriteObject(0x1234) && parcel.WriteInt32(6));
-    EXPECT_FALSE(parcel.CheckOffsets() || parcel.ReadObject<Handle>() != nullptr);
-    EXPECT_EQ(parcel.ReadInt32(), 5);
-    EXPECT_TRUE(parcel.CheckOffsets());
-    EXPECT_EQ(parcel.ReadInt32(), 0);                // the object's first word
-    EXPECT_EQ(parcel.ReadBuffer(8), nullptr);        // part of it
-    EXPECT_NE(parcel.ReadBuffer(8, false), nullptr); // unless the caller asks for no check
-    parcel.RewindRead(4);
-    sptr<Handle> object = parcel.ReadObject<Handle>();
-    EXPECT_TRUE(object != nullptr && object->handle == 0x1234u && parcel.ReadInt32() == 6);
+    // A buffer written with a terminator counts it in its size: it overwrites the last typeSize bytes.
+    struct Case {
+        const void *data;
+        size_t size, typeSize;
+        bool ok;
+        const char *hex;
+    } cases[] = {
+        {"abcX", 4, 1, true, "61626300"},         {"abcX", 3, 1, true, "61620000"},         {"abcX", 1, 4, false, ""},
+        {"abcX", 5, 1, true, "6162635800000000"}, {u"abX", 6, 2, true, "6100620000000000"}, {nullptr, 4, 1, false, ""},
+    };
+    for (const Case &c : cases) {
+        Parcel terminated;
+        EXPECT_EQ(terminated.WriteBufferAddTerminator(c.data, c.size, c.typeSize), c.ok) << c.hex;
+        EXPECT_EQ(Hex(terminated), c.hex);
+    }
+    // Reads may take a recorded binder object whole, never a part of it.
+    ObjectParcel objects;
+    ASSERT_TRUE(objects.WriteInt32(5) && objects.WriteObject(0x1234) && objects.WriteInt32(6));
+    EXPECT_FALSE(objects.CheckOffsets() || objects.ReadObject<Handle>() != nullptr);
+    EXPECT_EQ(objects.ReadInt32(), 5);
+    EXPECT_TRUE(objects.CheckOffsets());
+    EXPECT_EQ(objects.ReadInt32(), 0);                // the object's first word
+    EXPECT_EQ(objects.ReadBuffer(8), nullptr);        // part of it
+    EXPECT_NE(objects.ReadBuffer(8, false), nullptr); // unless the caller asks for no check
+    objects.RewindRead(4);
+    sptr<Handle> object = objects.ReadObject<Handle>();
+    EXPECT_TRUE(object != nullptr && object->handle == 0x1234u && objects.ReadInt32() == 6);
 }
 
 TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocatorAndAWriteFaultFailsExactlyTheNthWrite)

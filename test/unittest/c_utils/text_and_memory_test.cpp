@@ -30,23 +30,7 @@ TEST(StringExTest, ConvertsEveryUtf8LengthBothWaysAndInvalidInputStopsOrEmptiesT
     EXPECT_EQ(Str16ToStr8(std::u16string(1, char16_t(0xD800)) + u"a"), "a"); // a lone high surrogate is dropped
 }
 
-TEST(StringExTest, StrToIntTakesOnlyWholeDecimalIntegers)
-{
-    const std::pair<const char *, bool> cases[] = {
-        {"0", true},           {"-2147483648", true},  {"2147483647", true},
-        {"2147483648", false}, {"-2147483649", false}, {"99999999999999999999", false},
-        {"", false},           {"+1", false},          {" 1", false},
-        {"1 ", false},         {"12a", false},         {"-", false},
-        {"0x10", false},
-    };
-    for (const auto &[text, ok] : cases) {
-        int value = 7;
-        EXPECT_EQ(StrToInt(text, value), ok) << text;
-        EXPECT_EQ(value, ok ? static_cast<int>(strtol(text, nullptr, 10)) : 7) << text;
-    }
-}
-
-TEST(StringExTest, CaseTrimReplaceClassificationSplitAndPiecesBetweenDelimiters)
+TEST(StringExTest, StrToIntCaseTrimReplaceClassificationSplitAndPiecesBetweenDelimiters)
 {
     // clang-format off
     const std::pair<std::string, std::string> texts[] = {
@@ -90,6 +74,19 @@ TEST(StringExTest, CaseTrimReplaceClassificationSplitAndPiecesBetweenDelimiters)
     EXPECT_EQ(pieces, (std::vector<std::string>{"a", "b"}));
     GetSubStrBetween("abc", "", "", pieces);
     EXPECT_EQ(pieces.size(), 2u);
+    // StrToInt takes only whole decimal integers.
+    const std::pair<const char *, bool> numbers[] = {
+        {"0", true},           {"-2147483648", true},  {"2147483647", true},
+        {"2147483648", false}, {"-2147483649", false}, {"99999999999999999999", false},
+        {"", false},           {"+1", false},          {" 1", false},
+        {"1 ", false},         {"12a", false},         {"-", false},
+        {"0x10", false},
+    };
+    for (const auto &[text, ok] : numbers) {
+        int value = 7;
+        EXPECT_EQ(StrToInt(text, value), ok) << text;
+        EXPECT_EQ(value, ok ? static_cast<int>(strtol(text, nullptr, 10)) : 7) << text;
+    }
 }
 
 // Each row: destination size and source, the expected code and the destination afterwards (0xAA = untouched).
