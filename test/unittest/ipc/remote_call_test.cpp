@@ -110,7 +110,7 @@ TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriv
     EXPECT_EQ(Send(service, data, direct), 77) << "called in-process, the stub's result is returned as it is";
 }
 
-TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndRunsOnAnIpcThread)
+TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndANestedCallbackCompletesEachOnAnIpcThread)
 {
     std::promise<void> release;
     std::promise<std::thread::id> handled;
@@ -126,11 +126,7 @@ TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndRunsOnAnIpcThread)
     EXPECT_EQ(reply.GetDataSize(), 0u);
     release.set_value();
     EXPECT_NE(handled.get_future().get(), std::this_thread::get_id());
-}
-
-// The service, while handling the client's synchronous request, synchronously calls the client's callback.
-TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
-{
+    // The service, while handling the client's synchronous request, synchronously calls the client's callback.
     std::thread::id callbackThread, serviceThread;
     sptr<IRemoteObject> clientCallback =
         new ScriptedStub([&](uint32_t code, MessageParcel &data, MessageParcel &reply, auto &) {
@@ -138,7 +134,7 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
             reply.WriteInt32(data.ReadInt32() * 10 + static_cast<int32_t>(code));
             return 0;
         });
-    sptr<IRemoteObject> service = new ScriptedStub([&](auto, MessageParcel &data, MessageParcel &reply, auto &...) {
+    sptr<IRemoteObject> nesting = new ScriptedStub([&](auto, MessageParcel &data, MessageParcel &reply, auto &...) {
         serviceThread = std::this_thread::get_id();
         MessageParcel request, answer;
         request.WriteInt32(data.ReadInt32() + 1);
@@ -147,10 +143,10 @@ TEST(RemoteCallTest, NestedCallbackDuringASynchronousRequestCompletes)
         reply.WriteInt32(answer.ReadInt32());
         return 0;
     });
-    MessageParcel data, reply;
-    ASSERT_TRUE(data.WriteInt32(4) && data.WriteRemoteObject(clientCallback));
-    ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
-    EXPECT_EQ((std::vector<int32_t>{reply.ReadInt32(), reply.ReadInt32()}), (std::vector<int32_t>{0, 53}));
+    MessageParcel request, answer;
+    ASSERT_TRUE(request.WriteInt32(4) && request.WriteRemoteObject(clientCallback));
+    ASSERT_EQ(Send(ProxyOf(nesting), request, answer), 0);
+    EXPECT_EQ((std::vector<int32_t>{answer.ReadInt32(), answer.ReadInt32()}), (std::vector<int32_t>{0, 53}));
     EXPECT_TRUE(serviceThread != std::this_thread::get_id() && callbackThread != std::this_thread::get_id());
     EXPECT_NE(callbackThread, serviceThread);
 }
