@@ -176,7 +176,7 @@ TEST(RemoteCallTest, ConcurrentClientsEachGetTheirOwnReply)
 }
 
 // KillObject: a local object dies as if its process exited; proxies fail and their recipients are told once.
-TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnIpcThread)
+TEST(DeathTest, KilledObjectFailsRequestsTellsEachRecipientOnceArrivesDeadAndLetsARequestInFlightComplete)
 {
     sptr<IRemoteObject> service = new ScriptedStub([](auto &&...) { return 0; });
     sptr<IRemoteObject> proxy = ProxyOf(service);
@@ -207,20 +207,17 @@ TEST(DeathTest, KilledObjectFailsRequestsAndTellsEachRemainingRecipientOnceOnAnI
     marker->WaitForCalls(1); // deaths are told in order: anything more for `told` would have come by now
     EXPECT_EQ(std::pair(told->WaitForCalls(0).size(), removed->WaitForCalls(0).size()),
               (std::pair<size_t, size_t>(1, 0)));
-}
-
-TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadARecycledAddressIsNotBornDeadAndARequestInFlightCompletes)
-{
+    // An object killed before it crosses arrives dead, and a recycled address is not born dead.
     sptr<IRemoteObject> callback = new ScriptedStub();
     HostIpc::KillObject(callback);
     sptr<IRemoteObject> arrived;
-    sptr<IRemoteObject> service = new ScriptedStub([&](auto, MessageParcel &data, auto &...) {
+    sptr<IRemoteObject> carrier = new ScriptedStub([&](auto, MessageParcel &data, auto &...) {
         arrived = data.ReadRemoteObject();
         return 0;
     });
     MessageParcel data, reply;
     ASSERT_TRUE(data.WriteRemoteObject(callback));
-    ASSERT_EQ(Send(ProxyOf(service), data, reply), 0);
+    ASSERT_EQ(Send(ProxyOf(carrier), data, reply), 0);
     ASSERT_NE(arrived, nullptr);
     EXPECT_TRUE(SendEmpty(arrived) == ERR_DEAD_OBJECT && !arrived->AddDeathRecipient(new CountingRecipient()));
     for (int round = 0; round < 20; round++) {
@@ -235,15 +232,15 @@ TEST(DeathTest, ObjectKilledBeforeItCrossesArrivesDeadARecycledAddressIsNotBornD
         release.get_future().wait();
         return answer.WriteInt32(6) ? 0 : -1;
     });
-    sptr<IRemoteObject> proxy = ProxyOf(slow);
-    auto call = std::async(std::launch::async, [proxy] {
+    sptr<IRemoteObject> slowProxy = ProxyOf(slow);
+    auto call = std::async(std::launch::async, [slowProxy] {
         MessageParcel request, answer;
-        return Send(proxy, request, answer) == 0 ? answer.ReadInt32() : -1;
+        return Send(slowProxy, request, answer) == 0 ? answer.ReadInt32() : -1;
     });
     entered.get_future().wait();
     HostIpc::KillObject(slow);
     release.set_value();
     EXPECT_EQ(call.get(), 6);
-    EXPECT_EQ(SendEmpty(proxy), ERR_DEAD_OBJECT);
+    EXPECT_EQ(SendEmpty(slowProxy), ERR_DEAD_OBJECT);
 }
 } // namespace OHOS::TarnbyTest
