@@ -94,7 +94,7 @@ TEST(MessageParcelTest, StubsAndDescriptorsAreFlatObjectsAndAbsentOnesConsumeNot
     EXPECT_EQ(fcntl(held, F_GETFD), -1);
 }
 
-TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
+TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLineAndAppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
 {
     MessageParcel parcel;
     uint8_t byte = 1;
@@ -119,10 +119,7 @@ TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLine)
     ASSERT_TRUE(inlined != nullptr && mapped != nullptr);
     EXPECT_TRUE(!std::memcmp(inlined, atLimit.data(), atLimit.size()) &&
                 !std::memcmp(mapped, above.data(), above.size()));
-}
-
-TEST(MessageParcelTest, AppendCopiesBytesSharesObjectsAndDuplicatesDescriptors)
-{
+    // Append copies the bytes, shares the objects and duplicates the descriptors.
     Pipe pipe;
     sptr<IRemoteObject> stub = new ScriptedStub();
     MessageParcel source, target, empty;

@@ -78,7 +78,7 @@ uint64_t SteadyMilliseconds()
 }
 } // namespace
 
-TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
+TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWithAndTheSkeletonItsDeviceThreadCapAndContextObject)
 {
     sptr<IRemoteObject> stub = new ScriptedStub(nullptr, u"test.Described");
     EXPECT_EQ(stub->GetInterfaceDescriptor(), u"test.Described");
@@ -90,6 +90,15 @@ TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWith)
     sptr<IRemoteObject> unbound = new IPCObjectProxy(9999);
     EXPECT_EQ(unbound->GetObjectDescriptor(), u"IPCObjectProxy9999");
     EXPECT_TRUE(SendEmpty(unbound) == ERR_NULL_OBJECT && unbound->GetInterfaceDescriptor().empty());
+    EXPECT_TRUE(IPCSkeleton::IsLocalCalling() && IPCSkeleton::GetCallingDeviceID() == IPCSkeleton::GetLocalDeviceID());
+    EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(0) || IPCSkeleton::SetMaxWorkThreadNum(-3));
+    EXPECT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(16));
+    sptr<IRemoteObject> first;
+    EXPECT_FALSE(IPCSkeleton::SetContextObject(first));
+    first = new ScriptedStub();
+    sptr<IRemoteObject> second = new ScriptedStub();
+    EXPECT_TRUE(IPCSkeleton::SetContextObject(first) && IPCSkeleton::GetContextObject() == first);
+    EXPECT_TRUE(IPCSkeleton::SetContextObject(second) && IPCSkeleton::GetContextObject() == second);
 }
 
 // Each reserved code, sent to the stub directly: its result and the words of its reply. Every request, reserved
@@ -196,19 +205,6 @@ TEST(RemoteObjectTest, CallingIdentityNamesTheSenderOnlyDuringTheCall)
     spoof = false;
     ASSERT_EQ(SendEmpty(ProxyOf(outer)), 0);
     EXPECT_EQ(std::get<0>(seen), ownPid) << "an identity set inside a handler does not leak into later requests";
-}
-
-TEST(RemoteObjectTest, SkeletonDeviceThreadCapAndContextObject)
-{
-    EXPECT_TRUE(IPCSkeleton::IsLocalCalling() && IPCSkeleton::GetCallingDeviceID() == IPCSkeleton::GetLocalDeviceID());
-    EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(0) || IPCSkeleton::SetMaxWorkThreadNum(-3));
-    EXPECT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(16));
-    sptr<IRemoteObject> first;
-    EXPECT_FALSE(IPCSkeleton::SetContextObject(first));
-    first = new ScriptedStub();
-    sptr<IRemoteObject> second = new ScriptedStub();
-    EXPECT_TRUE(IPCSkeleton::SetContextObject(first) && IPCSkeleton::GetContextObject() == first);
-    EXPECT_TRUE(IPCSkeleton::SetContextObject(second) && IPCSkeleton::GetContextObject() == second);
 }
 
 // iface_cast and the broker registration: proxies are wrapped by the registered creator, local stubs answer with
