@@ -30,7 +30,7 @@ bool SamePipe(int writer, int reader)
 }
 } // namespace
 
-TEST(MessageParcelTest, InterfaceTokenExceptionWordAndPrintedBytes)
+TEST(MessageParcelTest, InterfaceTokenExceptionWordPrintedBytesAndTheOptionsFlagsAndWaitTime)
 {
     MessageParcel parcel;
     ASSERT_TRUE(parcel.WriteInterfaceToken(u"ohos.ITarnby.ITarnbyService"));
@@ -52,6 +52,18 @@ TEST(MessageParcelTest, InterfaceTokenExceptionWordAndPrintedBytes)
     LogCapture capture;
     other.PrintBuffer("Caller", 42);
     EXPECT_TRUE(capture.Contains("Caller:42 size 8 data ffffffff63000000"));
+    // An option keeps the values it is built with; flags only add, and the wait time is clamped when set.
+    MessageOption option;
+    EXPECT_EQ(std::pair(option.GetFlags(), option.GetWaitTime()), std::pair(0, 8));
+    EXPECT_EQ(std::pair(MessageOption(1, 5000).GetWaitTime(), MessageOption(0, -4).GetWaitTime()), std::pair(5000, -4));
+    MessageOption async(MessageOption::TF_ASYNC);
+    async.SetFlags(MessageOption::TF_SYNC);
+    async.SetFlags(MessageOption::TF_ACCEPT_FDS);
+    EXPECT_EQ(async.GetFlags(), 0x11);
+    for (auto [set, got] : {std::pair{0, 8}, {-1, 8}, {1, 1}, {3000, 3000}, {3001, 3000}}) {
+        option.SetWaitTime(set);
+        EXPECT_EQ(option.GetWaitTime(), got) << set;
+    }
 }
 
 TEST(MessageParcelTest, StubsAndDescriptorsAreFlatObjectsAndAbsentOnesConsumeNothing)
@@ -147,20 +159,5 @@ TEST(MessageParcelTest, RawDataInlineUpToTheLimitThenOutOfLineAndAppendCopiesByt
     EXPECT_FALSE(full.Append(source));
     EXPECT_EQ(full.GetDataSize(), block.size() - 4) << "nothing is added when it does not fit";
     EXPECT_TRUE(full.WriteInt32(0)) << "the default maximum is reached exactly";
-}
-
-TEST(MessageOptionTest, ConstructorKeepsValuesFlagsOnlyAddAndWaitTimeIsClampedLater)
-{
-    MessageOption option;
-    EXPECT_EQ(std::pair(option.GetFlags(), option.GetWaitTime()), std::pair(0, 8));
-    EXPECT_EQ(std::pair(MessageOption(1, 5000).GetWaitTime(), MessageOption(0, -4).GetWaitTime()), std::pair(5000, -4));
-    MessageOption async(MessageOption::TF_ASYNC);
-    async.SetFlags(MessageOption::TF_SYNC);
-    async.SetFlags(MessageOption::TF_ACCEPT_FDS);
-    EXPECT_EQ(async.GetFlags(), 0x11);
-    for (auto [set, got] : {std::pair{0, 8}, {-1, 8}, {1, 1}, {3000, 3000}, {3001, 3000}}) {
-        option.SetWaitTime(set);
-        EXPECT_EQ(option.GetWaitTime(), got) << set;
-    }
 }
 } // namespace OHOS::TarnbyTest

@@ -13,7 +13,7 @@
 #include "ipc_test_support.h"
 
 namespace OHOS::TarnbyTest {
-TEST(RemoteCallTest, OneSharedProxyPerObjectThatRefusesCodesAboveTheUserRange)
+TEST(RemoteCallTest, OneSharedProxyPerObjectRefusesCodesAboveTheUserRangeAndPassesTheHandlerResultOnlyWithAnEmptyReply)
 {
     int calls = 0;
     sptr<IRemoteObject> stub = new ScriptedStub([&calls](auto &&...) { return calls++; });
@@ -27,6 +27,25 @@ TEST(RemoteCallTest, OneSharedProxyPerObjectThatRefusesCodesAboveTheUserRange)
     EXPECT_EQ(calls, 0);
     EXPECT_EQ(SendEmpty(proxy, LAST_CALL_TRANSACTION), 0);
     EXPECT_EQ(calls, 1);
+    // The handler's result passes only with an empty reply; objects in the reply arrive as proxies.
+    sptr<IRemoteObject> session = new ScriptedStub();
+    bool writeReply = false;
+    sptr<IRemoteObject> service = new ScriptedStub([&](auto, auto &, MessageParcel &reply, auto &...) {
+        if (writeReply) {
+            reply.WriteInt32(5);
+            reply.WriteRemoteObject(session);
+        }
+        return 77;
+    });
+    MessageParcel data, empty, reply, direct;
+    EXPECT_EQ(Send(ProxyOf(service), data, empty), 77);
+    EXPECT_EQ(empty.GetDataSize(), 0u);
+    writeReply = true;
+    reply.WriteInt32(99); // the reply is appended after what the caller already had
+    EXPECT_EQ(Send(ProxyOf(service), data, reply), 0);
+    EXPECT_EQ((std::vector<int32_t>{reply.ReadInt32(), reply.ReadInt32()}), (std::vector<int32_t>{99, 5}));
+    EXPECT_EQ(reply.ReadRemoteObject(), ProxyOf(session));
+    EXPECT_EQ(Send(service, data, direct), 77) << "called in-process, the stub's result is returned as it is";
 }
 
 // The receiver gets its own parcel from offset 0: its own descriptor copy (closed with the parcel), the objects as
@@ -86,28 +105,6 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     ASSERT_NE(seen.first, nullptr);
     EXPECT_TRUE(seen.first->IsProxyObject() && seen.first == seen.second && seen.first == ProxyOf(callback));
     EXPECT_TRUE(seen.blockIntact && seen.tail == 9);
-}
-
-TEST(RemoteCallTest, HandlerResultPassesOnlyWithAnEmptyReplyAndReplyObjectsArriveAsProxies)
-{
-    sptr<IRemoteObject> session = new ScriptedStub();
-    bool writeReply = false;
-    sptr<IRemoteObject> service = new ScriptedStub([&](auto, auto &, MessageParcel &reply, auto &...) {
-        if (writeReply) {
-            reply.WriteInt32(5);
-            reply.WriteRemoteObject(session);
-        }
-        return 77;
-    });
-    MessageParcel data, empty, reply, direct;
-    EXPECT_EQ(Send(ProxyOf(service), data, empty), 77);
-    EXPECT_EQ(empty.GetDataSize(), 0u);
-    writeReply = true;
-    reply.WriteInt32(99); // the reply is appended after what the caller already had
-    EXPECT_EQ(Send(ProxyOf(service), data, reply), 0);
-    EXPECT_EQ((std::vector<int32_t>{reply.ReadInt32(), reply.ReadInt32()}), (std::vector<int32_t>{99, 5}));
-    EXPECT_EQ(reply.ReadRemoteObject(), ProxyOf(session));
-    EXPECT_EQ(Send(service, data, direct), 77) << "called in-process, the stub's result is returned as it is";
 }
 
 TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndANestedCallbackCompletesEachOnAnIpcThread)

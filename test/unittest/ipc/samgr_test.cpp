@@ -42,7 +42,7 @@ protected:
 };
 } // namespace
 
-TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyUntilKilledAndLookupsAreCounted)
+TEST_F(SamgrTest, RegistrationsAreHandedOutAsSharedProxiesUntilKilledOrRemovedAndOutlastTheManagerItself)
 {
     EXPECT_EQ(Ask(), -1);
     sptr<IRemoteObject> service = Add(31);
@@ -64,13 +64,10 @@ TEST_F(SamgrTest, RegisteredAbilityIsHandedOutAsItsSharedProxyUntilKilledAndLook
     EXPECT_TRUE(Manager()->GetSystemAbility(SERVICE_ID) != before && Ask() == 33);
     HostSamgr::Reset();
     EXPECT_TRUE(HostSamgr::GetSystemAbilityCallCount() == 0 && Ask() == -1);
-}
-
-TEST_F(SamgrTest, IdsOutsideTheRangeAndNullObjectsAreRefusedRemovalWorksOnceAndTheManagerKeepsItsRegistrations)
-{
-    sptr<IRemoteObject> service = new ScriptedStub();
+    // Ids outside the range and null objects are refused; removal works once.
+    sptr<IRemoteObject> unregistered = new ScriptedStub();
     for (int32_t bad : {-1, 0x01000000}) {
-        EXPECT_NE(Manager()->AddSystemAbility(bad, service), ERR_OK) << bad;
+        EXPECT_NE(Manager()->AddSystemAbility(bad, unregistered), ERR_OK) << bad;
     }
     EXPECT_NE(Manager()->AddSystemAbility(SERVICE_ID, nullptr), ERR_OK);
     Add(1, 0x00ffffff);
