@@ -175,7 +175,7 @@ TEST(ParcelWriteTest, CursorsAfterParseFromAndRewindUnalignedBoolsTheTerminatorR
     EXPECT_TRUE(object != nullptr && object->handle == 0x1234u && objects.ReadInt32() == 6);
 }
 
-TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocatorAndAWriteFaultFailsExactlyTheNthWrite)
+TEST(ParcelWriteTest, SetAllocatorOwnsTheAllocatorAWriteFaultFailsTheNthWriteAndOneRecordIsWrittenFromTwoThreads)
 {
     JournalAllocator::calls.clear();
     {
@@ -206,19 +206,15 @@ TEST(ParcelWriteTest, SetAllocatorMovesTheDataAndOwnsTheAllocatorAndAWriteFaultF
     EXPECT_FALSE(parcel.WriteStrongParcelable(new IntParcelable(4)));
     HostParcel::FailNthWrite(0);
     EXPECT_TRUE(parcel.WriteInt64(1) && HostParcel::WriteCount() == 1u);
-}
-
-// Two threads write one shared record; its behaviour flag is updated atomically (the TSan build checks the race).
-TEST(ParcelWriteTest, OneRecordWrittenFromTwoThreads)
-{
+    // Two threads write one shared record; its behaviour flag is updated atomically (the TSan build checks the race).
     sptr<Parcelable> record = new IntParcelable(3);
     auto writeMany = [&record] {
-        Parcel parcel;
+        Parcel own;
         for (int i = 0; i < 1000; i++) {
-            parcel.RewindWrite(0);
-            EXPECT_TRUE(parcel.WriteStrongParcelable(record));
+            own.RewindWrite(0);
+            EXPECT_TRUE(own.WriteStrongParcelable(record));
         }
-        EXPECT_EQ(Hex(parcel), "0100000003000000");
+        EXPECT_EQ(Hex(own), "0100000003000000");
     };
     std::thread first(writeMany);
     writeMany();

@@ -107,7 +107,7 @@ TEST(RemoteCallTest, RequestArrivesAsTheReceiverSeesIt)
     EXPECT_TRUE(seen.blockIntact && seen.tail == 9);
 }
 
-TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndANestedCallbackCompletesEachOnAnIpcThread)
+TEST(RemoteCallTest, OneWayRequestDoesNotWaitANestedCallbackCompletesAndConcurrentClientsGetTheirOwnReplies)
 {
     std::promise<void> release;
     std::promise<std::thread::id> handled;
@@ -146,23 +146,20 @@ TEST(RemoteCallTest, OneWayRequestDoesNotWaitAndANestedCallbackCompletesEachOnAn
     EXPECT_EQ((std::vector<int32_t>{answer.ReadInt32(), answer.ReadInt32()}), (std::vector<int32_t>{0, 53}));
     EXPECT_TRUE(serviceThread != std::this_thread::get_id() && callbackThread != std::this_thread::get_id());
     EXPECT_NE(callbackThread, serviceThread);
-}
-
-TEST(RemoteCallTest, ConcurrentClientsEachGetTheirOwnReply)
-{
-    sptr<IRemoteObject> proxy =
+    // Concurrent clients each get their own reply.
+    sptr<IRemoteObject> doubling =
         ProxyOf(new ScriptedStub([](auto, MessageParcel &data, MessageParcel &reply, auto &...) {
             reply.WriteInt32(data.ReadInt32() * 2);
             return 0;
         }));
     std::vector<std::future<int>> wrong;
     for (int client = 0; client < 8; client++) {
-        wrong.push_back(std::async(std::launch::async, [proxy, client] {
+        wrong.push_back(std::async(std::launch::async, [doubling, client] {
             int mismatches = 0;
             for (int round = 0; round < 50; round++) {
                 MessageParcel data, reply;
                 data.WriteInt32(client * 1000 + round);
-                mismatches += Send(proxy, data, reply) != 0 || reply.ReadInt32() != (client * 1000 + round) * 2;
+                mismatches += Send(doubling, data, reply) != 0 || reply.ReadInt32() != (client * 1000 + round) * 2;
             }
             return mismatches;
         }));
