@@ -49,30 +49,25 @@ struct Both : public Left, public Right {
     }
 };
 
-// Counts read in order, compared as one row.
-template <typename... T>
-std::vector<int> Counts(T... counts)
-{
-    return {static_cast<int>(counts)...};
-}
+using Counts = std::vector<int>; // counts read in order, compared as one row
 } // namespace
 
 // Copies of one wptr share one weak reference; each new lineage and each sptr holds one.
-TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWithTheLast)
+TEST(RefBaseTest, WeakCountsFollowLineagesMovesHandOverTheCountsAndWeakPointersConvertBetweenTypes)
 {
     std::string journal;
     sptr<Tracked> s = new Tracked(&journal);
     wptr<Tracked> w1 = s, w2 = w1, w3 = s;
     // strong, weak, the two lineages' counts, and the counter's own: the object and two lineages
-    EXPECT_EQ(Counts(s->GetSptrRefCount(), s->GetWptrRefCount(), w1.GetWeakRefCount(), w3.GetWeakRefCount(),
-                     s->GetRefCounter()->GetRefCount()),
-              Counts(1, 3, 2, 1, 3));
+    EXPECT_EQ((Counts{s->GetSptrRefCount(), s->GetWptrRefCount(), w1.GetWeakRefCount(), w3.GetWeakRefCount(),
+                      s->GetRefCounter()->GetRefCount()}),
+              (Counts{1, 3, 2, 1, 3}));
     w2 = w3;
-    EXPECT_EQ(Counts(w1.GetWeakRefCount(), w3.GetWeakRefCount()), Counts(1, 2));
+    EXPECT_EQ((Counts{w1.GetWeakRefCount(), w3.GetWeakRefCount()}), (Counts{1, 2}));
     wptr<Tracked> moved = std::move(w1);
     EXPECT_TRUE(w1.GetRefPtr() == nullptr && s->GetWptrRefCount() == 3);
     sptr<Tracked> promoted = w3.promote();
-    EXPECT_EQ(Counts(s->GetSptrRefCount(), s->GetWptrRefCount()), Counts(2, 4));
+    EXPECT_EQ((Counts{s->GetSptrRefCount(), s->GetWptrRefCount()}), (Counts{2, 4}));
     promoted.clear();
     s.clear();
     EXPECT_EQ(journal, "FLD");
@@ -93,11 +88,8 @@ TEST(RefBaseTest, WeakCountsFollowOneReferencePerLineageAndAWeakOnlyObjectGoesWi
     EXPECT_TRUE(strong.GetRefPtr() == promotedLater && strong->GetSptrRefCount() == 1);
     strong.clear();
     EXPECT_EQ(journal, "DFLD");
-}
-
-TEST(RefBaseTest, MovesHandOverTheReferenceAndTheCountsAndWeakPointersComeFromDerivedAndSiblingTypes)
-{
-    std::string journal;
+    // Moves hand over the reference and the counts.
+    journal.clear();
     sptr<Tracked> a = new Tracked(&journal);
     sptr<Tracked> b = std::move(a);
     EXPECT_TRUE(a.GetRefPtr() == nullptr && b->GetSptrRefCount() == 1);
