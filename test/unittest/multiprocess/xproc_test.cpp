@@ -78,17 +78,6 @@ private:
     FILE *output_ = nullptr;
 };
 
-sptr<IRemoteObject> FindService()
-{
-    return SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->GetSystemAbility(TEST_SERVICE_ID);
-}
-
-int Ask(const sptr<IRemoteObject> &object, uint32_t code, MessageParcel &data, MessageParcel &reply,
-        MessageOption option = MessageOption())
-{
-    return object == nullptr ? -1 : object->SendRequest(code, data, reply, option);
-}
-
 int32_t Echo(const sptr<IRemoteObject> &service, int32_t value, pid_t *servedFor = nullptr)
 {
     MessageParcel data;
@@ -101,15 +90,6 @@ int32_t Echo(const sptr<IRemoteObject> &service, int32_t value, pid_t *servedFor
     }
     return result == 0 ? answer : -result;
 }
-
-class Recipient : public IRemoteObject::DeathRecipient {
-public:
-    void OnRemoteDied(const wptr<IRemoteObject> &) override
-    {
-        calls++;
-    }
-    std::atomic<int> calls{0};
-};
 
 // Completion, never speed: polls until `done` holds, giving up only after far longer than any run needs.
 template <typename Condition>
@@ -166,7 +146,7 @@ TEST_F(CrossProcessTest, DescriptorAndLargestRawDataCross)
 TEST_F(CrossProcessTest, ServiceKilledDuringASynchronousCallThenFoundAgain)
 {
     sptr<IRemoteObject> service = FindService();
-    sptr<Recipient> recipients[] = {new Recipient(), new Recipient()};
+    sptr<CountingDeaths> recipients[] = {new CountingDeaths(), new CountingDeaths()};
     for (auto &recipient : recipients) {
         ASSERT_TRUE(service->AddDeathRecipient(recipient));
     }
