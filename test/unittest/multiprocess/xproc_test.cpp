@@ -13,6 +13,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -285,9 +286,17 @@ TEST(WaitTimeTest, ARequestOutlivingItsWaitTimeGetsTheTimeOutAndItsLateReplyIsDr
     sptr<IRemoteObject> proxy = HostIpc::GetProxy(gate);
     MessageParcel data;
     MessageParcel reply;
+    // The answer comes once the caller has given up, or after 4 s: a caller that waited for the default 8 s
+    // instead of its own 1 s would get it.
+    std::promise<void> gaveUp;
+    std::thread opener([&gate, given = gaveUp.get_future()] {
+        given.wait_for(std::chrono::seconds(4));
+        gate->Open();
+    });
     EXPECT_EQ(Ask(proxy, 5, data, reply, MessageOption(MessageOption::TF_SYNC, 1)), ERR_TIMED_OUT);
     EXPECT_EQ(ERR_TIMED_OUT, 110);
-    gate->Open();
+    gaveUp.set_value();
+    opener.join();
     gate->WaitFor(0, 1);
     EXPECT_EQ(reply.GetDataSize(), 0u); // the late answer never reaches the caller's parcel
     MessageParcel again;
