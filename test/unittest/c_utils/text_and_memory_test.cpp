@@ -20,7 +20,8 @@ TEST(StringExTest, ConvertsEveryUtf8LengthBothWaysAndInvalidInputStopsOrEmptiesT
     EXPECT_TRUE(Char16ToChar8(utf16, buffer, 11) == 11 && buffer == utf8);
     EXPECT_TRUE(Str8ToStr16("").empty() && Str16ToStr8(u"").empty() && GetUtf16ToUtf8Length(u"") == -1);
     EXPECT_TRUE(Str8ToStr16(std::string("a\0b", 3)) == u"a" && Str16ToStr8(std::u16string(u"a\0b", 3)) == "a");
-    for (const char *bad : {"ok\xff", "ok\xe4\xb8", "\x80", "\xc0\xaf"}) { // byte, truncated, stray, overlong
+    // a bad byte, a truncated sequence, a stray continuation, an invalid lead, an overlong three-byte form
+    for (const char *bad : {"ok\xff", "ok\xe4\xb8", "\x80", "\xc0\xaf", "\xe0\x80\xaf"}) {
         EXPECT_EQ(Str8ToStr16(bad), u"") << bad;
     }
     const std::u16string loneLow(1, char16_t(0xDC00));
