@@ -38,6 +38,12 @@ protected:
         HostSamgr::Reset();
     }
 
+    // No service from here on: nothing registered under 70633 and no shared proxy in the library.
+    void RemoveService()
+    {
+        HostSamgr::Reset();
+        Tarnby::TarnbyProxy::DestoryInstance();
+    }
     // Every request is answered by `answer` (after it has seen the decoded request) with int32 values and status 0.
     void Script(std::function<std::vector<int32_t>(const DecodedRequest &)> answer)
     {

@@ -1,10 +1,11 @@
-#ifndef TARNBY_TEST_RECORDS_WIRE_H
-#define TARNBY_TEST_RECORDS_WIRE_H
+#ifndef TARNBY_TEST_WIRE_H
+#define TARNBY_TEST_WIRE_H
 
-// Expected parcel bytes built by hand in the platform's format (little-endian 4-byte words; a string is its byte
-// length, the bytes, a NUL and zero padding to 4), independent of the Parcel implementation under test.
+// Expected parcel bytes built by hand in the platform's format (little-endian 4-byte words; a string is its length in
+// units, the units, a zero unit and zero padding to 4), independent of the Parcel implementation under test.
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "parcel.h"
@@ -12,44 +13,46 @@
 namespace OHOS::TarnbyTest {
 class Wire {
 public:
-    Wire &I32(int32_t value)
+    template <typename... Words>
+    Wire &U32(Words... values)
     {
-        return U32(static_cast<uint32_t>(value));
-    }
-    Wire &U32(uint32_t value)
-    {
-        for (int shift = 0; shift < 32; shift += 8) {
-            bytes_.push_back(static_cast<uint8_t>(value >> shift));
+        for (uint32_t value : {static_cast<uint32_t>(values)...}) {
+            for (int shift = 0; shift < 32; shift += 8) {
+                bytes_.push_back(static_cast<uint8_t>(value >> shift));
+            }
         }
         return *this;
+    }
+    template <typename... Words>
+    Wire &I32(Words... values)
+    {
+        return U32(static_cast<uint32_t>(static_cast<int32_t>(values))...);
     }
     Wire &Bool(bool value)
     {
         return U32(value ? 1 : 0);
     }
-    Wire &Str(const std::string &value)
+    template <typename... Texts>
+    Wire &Str(const Texts &...values)
     {
-        U32(static_cast<uint32_t>(value.size()));
-        bytes_.insert(bytes_.end(), value.begin(), value.end());
-        bytes_.push_back(0);
-        while (bytes_.size() % 4 != 0) {
-            bytes_.push_back(0);
-        }
+        (Units(std::string(values)), ...);
         return *this;
     }
-    Wire &StrVec(const std::vector<std::string> &values)
+    Wire &Str16(const std::u16string &value)
     {
-        U32(static_cast<uint32_t>(values.size()));
-        for (const auto &value : values) {
-            Str(value);
-        }
-        return *this;
+        return Units(value);
     }
-    Wire &U32Vec(const std::vector<uint32_t> &values)
+    // A count, then each element (strings as Str, numbers as U32).
+    template <typename Element>
+    Wire &Vec(const std::vector<Element> &values)
     {
-        U32(static_cast<uint32_t>(values.size()));
-        for (uint32_t value : values) {
-            U32(value);
+        U32(values.size());
+        for (const Element &value : values) {
+            if constexpr (std::is_same_v<Element, std::string>) {
+                Str(value);
+            } else {
+                U32(value);
+            }
         }
         return *this;
     }
@@ -71,37 +74,40 @@ public:
     }
 
 private:
+    template <typename Text>
+    Wire &Units(const Text &value)
+    {
+        U32(value.size());
+        for (auto unit : value + typename Text::value_type(0)) {
+            for (size_t byte = 0; byte < sizeof(unit); ++byte) {
+                bytes_.push_back(static_cast<uint8_t>(static_cast<uint32_t>(unit) >> (8 * byte)));
+            }
+        }
+        bytes_.resize((bytes_.size() + 3) / 4 * 4);
+        return *this;
+    }
+
     std::vector<uint8_t> bytes_;
 };
 
-// The bytes written into `parcel` so far; its read position is left as it was.
-inline std::vector<uint8_t> DataOf(Parcel &parcel)
-{
-    size_t size = parcel.GetDataSize();
-    size_t position = parcel.GetReadPosition();
-    parcel.RewindRead(0);
-    const uint8_t *data = size == 0 ? nullptr : parcel.ReadBuffer(size);
-    parcel.RewindRead(position);
-    return data == nullptr ? std::vector<uint8_t>() : std::vector<uint8_t>(data, data + size);
-}
-
+// What `record` writes into a fresh parcel; nothing when it fails.
 inline std::vector<uint8_t> MarshalledBytes(const Parcelable &record)
 {
     Parcel parcel;
     if (!record.Marshalling(parcel)) {
         return {};
     }
-    return DataOf(parcel);
+    const auto *data = reinterpret_cast<const uint8_t *>(parcel.GetData());
+    return std::vector<uint8_t>(data, data + parcel.GetDataSize());
 }
 
 // Fills a fresh parcel with int32 words so that exactly `room` bytes (a multiple of 4) stay below its maximum.
 inline void LeaveRoom(Parcel &parcel, size_t room)
 {
-    size_t fill = parcel.GetMaxCapacity() - room;
-    for (size_t written = 0; written < fill; written += sizeof(int32_t)) {
+    for (size_t written = room; written < parcel.GetMaxCapacity(); written += sizeof(int32_t)) {
         parcel.WriteInt32(0);
     }
 }
 } // namespace OHOS::TarnbyTest
 
-#endif // TARNBY_TEST_RECORDS_WIRE_H
+#endif // TARNBY_TEST_WIRE_H

@@ -37,26 +37,28 @@ sptr<TargetInfo> Target()
 {
     return new TargetInfo("net-0123456789", ABILITY_TARGET, "com.example.demo", "MainAbility", 4700);
 }
-const Wire TARGET = Wire().Str("net-0123456789").U32(1).Str("com.example.demo").Str("MainAbility").I32(4700);
-const Wire FILTER = Wire().Str("com.example.demo").Str("page").Str("").U32(14).U32(0).Str("view");
-const Wire DEVICE = Wire().Str("udid-0123456789").Str("net-0123456789").Str("Living room").U32(156);
-const Wire LOCAL = Wire().Str("MainAbility").Str("com.example.demo").Str("local-0123456789").Str("entry").U32(14);
-const Wire COMMUNICATION = Wire().I32(1).I32(2).I32(3).I32(4).I32(5).I32(6).I32(7).I32(8).Str("video");
-
+sptr<AbilityFilter> Filter()
+{
+    auto filter = sptr<AbilityFilter>::MakeSptr("com.example.demo", "page", "a demo", 14, 7);
+    filter->SetAction("action.view");
+    return filter;
+}
+sptr<DeviceInfo> Device()
+{
+    return new DeviceInfo("udid-0123456789", "net-0123456789", "Living room", 156);
+}
+sptr<LocalInfo> Local()
+{
+    return new LocalInfo("MainAbility", "com.example.demo", "local-0123456789", "entry", 14);
+}
 sptr<PickerResult> Picker()
 {
     sptr<PickerResult> result = new PickerResult();
-    sptr<AbilityFilter> filter = new AbilityFilter("com.example.demo", "page", "", 14, 0);
-    filter->SetAction("view");
     result->SetAccessType(PickerResult::ACCESS_TYPE_2);
-    result->SetAbilityFilter(filter);
-    result->SetDeviceInfo(new DeviceInfo("udid-0123456789", "net-0123456789", "Living room", 156));
-    result->SetLocalDeviceInfo(new LocalInfo("MainAbility", "com.example.demo", "local-0123456789", "entry", 14));
+    result->SetAbilityFilter(Filter());
+    result->SetDeviceInfo(Device());
+    result->SetLocalDeviceInfo(Local());
     return result;
-}
-Wire PickerWire(uint32_t accessType)
-{
-    return Wire().U32(accessType).I32(1).Then(FILTER).I32(1).Then(DEVICE).I32(1).Then(LOCAL);
 }
 sptr<CommunicationRequest> Communication()
 {
@@ -76,8 +78,16 @@ sptr<ResourceRequest> Resource()
     request->SetServiceConnectType(5);
     return request;
 }
-const Wire RESOURCE =
-    Wire().U32(2).I32(1).U32(4).Bool(true).I32(0).U32(1).I32(1).U32(9).Bool(false).I32(1).Then(COMMUNICATION).U32(5);
+const Wire TARGET = Wire().Str("net-0123456789").U32(1).Str("com.example.demo", "MainAbility").I32(4700);
+const Wire FILTER = Wire().Str("com.example.demo", "page", "a demo").U32(14, 7).Str("action.view");
+const Wire DEVICE = Wire().Str("udid-0123456789", "net-0123456789", "Living room").U32(156);
+const Wire LOCAL = Wire().Str("MainAbility", "com.example.demo", "local-0123456789", "entry").U32(14);
+const Wire COMMUNICATION = Wire().I32(1, 2, 3, 4, 5, 6, 7, 8).Str("video");
+const Wire RESOURCE = Wire().U32(2, 1, 4).Bool(true).I32(0).U32(1, 1, 9).Bool(false).I32(1).Then(COMMUNICATION).U32(5);
+Wire PickerWire(uint32_t accessType)
+{
+    return Wire().U32(accessType).I32(1).Then(FILTER).I32(1).Then(DEVICE).I32(1).Then(LOCAL);
+}
 
 struct RecordCase {
     const char *name;
@@ -119,44 +129,36 @@ TEST_P(RecordTest, WritesItsBytesReadsThemBackAndFailsAtEveryCut)
 }
 
 const RecordCase RECORDS[] = {
-    {"TargetInfo", [] { return Target(); }, TARGET, Reader<TargetInfo>(),
+    {"TargetInfo", Target, TARGET, Reader<TargetInfo>(),
      "failed networkId=net****789, targetType=1, bundleName=com.example.demo, abilityName=MainAbility, "
      "systemAbilityId=4700",
      "TRBYCollaboration"},
     {"StartInfo", [] { return sptr<StartInfo>::MakeSptr(42, Target(), "extra"); },
-     Wire().I32(42).I32(1).Then(TARGET).Str("extra"), Reader<StartInfo>(), "failed marshall collaborationSessionId=42",
+     Wire().I32(42, 1).Then(TARGET).Str("extra"), Reader<StartInfo>(), "failed marshall collaborationSessionId=42",
      "TRBYCollaboration"},
-    {"AbilityFilter",
-     [] {
-         auto filter = sptr<AbilityFilter>::MakeSptr("com.example.demo", "page", "a demo", 14, 7);
-         filter->SetAction("action.view");
-         return filter;
-     },
-     Wire().Str("com.example.demo").Str("page").Str("a demo").U32(14).U32(7).Str("action.view"),
-     Reader<AbilityFilter>(),
+    {"AbilityFilter", Filter, FILTER, Reader<AbilityFilter>(),
      "failed: bundleName: com.example.demo, abilityType: page, abilityDescription: a demo,deviceType:14, , "
      "accountType:7",
      "TRBYClient"},
     {"DeviceFilter",
      [] {
-         return sptr<DeviceFilter>::MakeSptr(std::vector<uint32_t>{14, 17, 156}, std::vector<uint32_t>{1, 2});
+         return sptr<DeviceFilter>::MakeSptr(std::vector<uint32_t>{14, 17, 156}, std::vector{1u, 2u});
      },
-     Wire().U32Vec({14, 17, 156}).U32Vec({1, 2}), Reader<DeviceFilter>(), "write failed, dt:3 at:2", "TRBYClient"},
+     Wire().Vec<uint32_t>({14, 17, 156}).Vec<uint32_t>({1, 2}), Reader<DeviceFilter>(), "write failed, dt:3 at:2",
+     "TRBYClient"},
     {"ServiceFilter",
      [] {
          return sptr<ServiceFilter>::MakeSptr("cast", std::vector<std::string>{"PHONE", "PAD"});
      },
-     Wire().Str("cast").StrVec({"PHONE", "PAD"}), Reader<ServiceFilter>(),
+     Wire().Str("cast").Vec<std::string>({"PHONE", "PAD"}), Reader<ServiceFilter>(),
      "write ServiceFilter failed: serviceName_ = cast", "TRBYClient"},
-    {"DeviceInfo", [] { return sptr<DeviceInfo>::MakeSptr("udid-0123456789", "net-0123456789", "Living room", 156); },
-     DEVICE, Reader<DeviceInfo>(), "failed:udid_:udi****789, networkId_:net****789, deviceType:156", "TRBYClient"},
-    {"LocalInfo",
-     [] { return sptr<LocalInfo>::MakeSptr("MainAbility", "com.example.demo", "local-0123456789", "entry", 14); },
-     LOCAL, Reader<LocalInfo>(),
+    {"DeviceInfo", Device, DEVICE, Reader<DeviceInfo>(),
+     "failed:udid_:udi****789, networkId_:net****789, deviceType:156", "TRBYClient"},
+    {"LocalInfo", Local, LOCAL, Reader<LocalInfo>(),
      "failed:localAbilityName_:MainAbility, localBundleName_:com.example.demo, localDeviceId_:loc****789, "
      "localModuleName_:entry, localDeviceType_:14",
      "TRBYClient"},
-    {"PickerResult", [] { return Picker(); }, PickerWire(2), Reader<PickerResult>(),
+    {"PickerResult", Picker, PickerWire(2), Reader<PickerResult>(),
      "write PickerResult failed: abilityFilter_ = 0, deviceInfo_= 0 localInfo_= 0", "TRBYClient"},
     {"DeviceServiceInfo",
      [] {
@@ -167,12 +169,9 @@ const RecordCase RECORDS[] = {
      Wire()
          .Str("Living room")
          .U32(156)
-         .Str("hash-01")
-         .Str("devid-0123456789")
-         .StrVec({"r1", "rule two"})
-         .Str("net-0123456789")
-         .Str("AA:BB:CC:DD:EE:FF")
-         .Str("{\"k\":1}"),
+         .Str("hash-01", "devid-0123456789")
+         .Vec<std::string>({"r1", "rule two"})
+         .Str("net-0123456789", "AA:BB:CC:DD:EE:FF", "{\"k\":1}"),
      Reader<DeviceServiceInfo>(), "failed:udid_:dev****789, networkId_:net****789, deviceType:156", "TRBYClient"},
     {"DistributeTaskInfo",
      [] {
@@ -181,15 +180,15 @@ const RecordCase RECORDS[] = {
          task->SetCanDisconnectFlag(44);
          return task;
      },
-     Wire().Str("dev-0123456789").U32(11).U32(22).U32(33).U32(44), Reader<DistributeTaskInfo>(),
+     Wire().Str("dev-0123456789").U32(11, 22, 33, 44), Reader<DistributeTaskInfo>(),
      "failed:DistributeTaskInfo linkType= 22", "VeskorManager"},
     {"ServiceStateInfo", [] { return sptr<ServiceStateInfo>::MakeSptr("dev-0123456789", 7, 2); },
-     Wire().Str("dev-0123456789").U32(7).U32(2), Reader<ServiceStateInfo>(), "failed:ServiceSateInfo linkType= 7",
+     Wire().Str("dev-0123456789").U32(7, 2), Reader<ServiceStateInfo>(), "failed:ServiceSateInfo linkType= 7",
      "VeskorManager"},
     {"HardwareRequest", [] { return sptr<HardwareRequest>::MakeSptr(HardwareType(0xABCD), true); },
      Wire().U32(0xABCD).Bool(true), Reader<HardwareRequest>(), "Hardware request write parcelable failed.",
      "VeskorManager"},
-    {"CommunicationRequest", [] { return Communication(); }, COMMUNICATION, Reader<CommunicationRequest>(),
+    {"CommunicationRequest", Communication, COMMUNICATION, Reader<CommunicationRequest>(),
      "Communication Request write parcelable failed.", "VeskorManager"},
 };
 INSTANTIATE_TEST_SUITE_P(Records, RecordTest, testing::ValuesIn(RECORDS),
@@ -226,16 +225,8 @@ TEST(ResourceRequestTest, LayoutAndEachStepsFailureLine)
 TEST(ResourceRequestTest, ListBoundsAndShortParcels)
 {
     auto lists = [](uint32_t remote, uint32_t local) {
-        Wire wire = Wire().U32(remote);
-        for (uint32_t i = 0; i < remote; ++i) {
-            wire.I32(0);
-        }
-        wire.U32(local);
-        for (uint32_t i = 0; i < local; ++i) {
-            wire.I32(0);
-        }
         Parcel parcel;
-        wire.I32(0).U32(2).LoadInto(parcel);
+        Wire().Vec(std::vector<uint32_t>(remote)).Vec(std::vector<uint32_t>(local)).I32(0).U32(2).LoadInto(parcel);
         return sptr<ResourceRequest>(ResourceRequest::Unmarshalling(parcel));
     };
     ASSERT_NE(lists(1000, 1000), nullptr);
@@ -245,7 +236,7 @@ TEST(ResourceRequestTest, ListBoundsAndShortParcels)
     EXPECT_EQ(lists(1, 1001), nullptr);
     EXPECT_EQ(logs.Count("Hardware request vector too large."), 2u);
     Parcel shortParcel;
-    Wire().U32(3).I32(1).U32(8).LoadInto(shortParcel); // one hardware entry cut short, two more missing
+    Wire().U32(3, 1, 8).LoadInto(shortParcel); // one hardware entry cut short, two more missing
     sptr<ResourceRequest> read = ResourceRequest::Unmarshalling(shortParcel);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(read->GetRemoteHardwareList().size(), 3u);
@@ -265,14 +256,14 @@ TEST(TargetInfoTest, KeysAccountsAndShortParcels)
     EXPECT_EQ(target.GenTargetKey(), "0 2 bundle ability");
     target.SetTargetType(3);
     EXPECT_EQ(target.GenTargetKey(), "");
-    EXPECT_EQ(MarshalledBytes(TargetInfo(4700)), Wire().Str("").U32(0).Str("").Str("").I32(4700).Bytes());
+    EXPECT_EQ(MarshalledBytes(TargetInfo(4700)), Wire().Str("").U32(0).Str("", "").I32(4700).Bytes());
     Parcel parcel;
     Wire().Str("net").U32(2).LoadInto(parcel);
     sptr<TargetInfo> read = TargetInfo::Unmarshalling(parcel);
     EXPECT_EQ(read->GetTargetType(), 2u);
     EXPECT_EQ(read->GetSystemAbilityId(), 0);
     Parcel absent;
-    Wire().I32(9).I32(0).Str("after").LoadInto(absent);
+    Wire().I32(9, 0).Str("after").LoadInto(absent);
     sptr<StartInfo> start = StartInfo::Unmarshalling(absent);
     EXPECT_EQ(start->GetSrcTarget(), nullptr);
     EXPECT_EQ(start->GetExtraData(), "after");
@@ -290,7 +281,7 @@ TEST(PickerResultTest, AccessTypeThreeOrAMissingRecordIsRejectedAfterReading)
     EXPECT_EQ(three.GetReadableBytes(), 0u);
     EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient", "read accesstype failed"));
     Parcel gap;
-    Wire().U32(1).I32(1).Then(FILTER).I32(0).I32(1).Then(LOCAL).LoadInto(gap);
+    Wire().U32(1, 1).Then(FILTER).I32(0, 1).Then(LOCAL).LoadInto(gap);
     EXPECT_EQ(PickerResult::Unmarshalling(gap), nullptr);
     EXPECT_EQ(gap.GetReadableBytes(), 0u);
     EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient", "read abilityFilter_ 0, deviceInfo 1, localInfo 0"));
@@ -304,7 +295,7 @@ TEST(PickerResultTest, AccessTypeThreeOrAMissingRecordIsRejectedAfterReading)
 TEST(FilterTest, CountsBeyondTheParcelAndMatchingTables)
 {
     LogCapture logs;
-    for (Wire wire : {Wire().U32(3).U32(1).U32(2), Wire().U32Vec({14}).U32(3).U32(1).U32(2)}) {
+    for (Wire wire : {Wire().U32(3, 1, 2), Wire().Vec<uint32_t>({14}).U32(3, 1, 2)}) {
         Parcel parcel;
         wire.LoadInto(parcel);
         EXPECT_EQ(DeviceFilter::Unmarshalling(parcel), nullptr); // three elements claimed, two present
