@@ -1,7 +1,7 @@
 // Callback reception: the token checked first, dispatch by request code, the placeholder families, and the
 // collaboration-to-device family (101: data channel, raw data with its bound, events), fed by hand in wire order.
-#include <unistd.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -149,8 +149,8 @@ TEST_F(CallbackTest, DataChannelReachesItsHooks)
                                       "OnDataReceived(9, null, 64)"}));
     // Across a real socket the kernel tells the caller's identity; the simulated boundary carries the one played.
     const bool acrossSocket = getenv("OHOS_HOST_IPC_DIR") != nullptr;
-    const std::string identity = acrossSocket ? std::to_string(getpid()) + " , pid = " + std::to_string(getuid())
-                                              : "4321 , pid = 8765";
+    const std::string identity =
+        acrossSocket ? std::to_string(getpid()) + " , pid = " + std::to_string(getuid()) : "4321 , pid = 8765";
     EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "pid = " + identity));
     EXPECT_TRUE(
         logs_.Logged(LOG_INFO, "TRBYCallback",
@@ -185,7 +185,8 @@ TEST_F(CallbackTest, EventsReachOnEventAndOtherServiceCodesAnswerNothing)
     EXPECT_EQ(hooks_->Calls().size(), 3u);
 }
 
-// The raw-data block travels after its length; the hook gets its own copy. Up to 128 MiB, nothing beyond.
+// The raw-data block travels after its length; the hook gets its own copy. Up to 128 MiB, nothing beyond, and a
+// length without its block costs no memory.
 TEST_F(CallbackTest, RawDataIsCopiedForTheHookWithinItsBound)
 {
     for (size_t size : {size_t{100}, size_t{64 * 1024 + 3}, size_t{MAX_RAW_DATA}}) {
@@ -208,28 +209,21 @@ TEST_F(CallbackTest, RawDataIsCopiedForTheHookWithinItsBound)
     EXPECT_EQ(RawData(16, [&eight](MessageParcel &data) { data.WriteRawData(eight, sizeof(eight)); }), 22);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "length = 16, treadData 0, rawByte 1"));
     EXPECT_EQ(RawData(0, [](MessageParcel &data) { data.WriteInt32(0); }), 22);
-    EXPECT_EQ(hooks_->Calls().size(), calls);
-}
-
-// A 12-byte body claiming the largest length: refused before any buffer is made for it.
-TEST_F(CallbackTest, ClaimedRawLengthWithoutItsBlockCostsNoMemory)
-{
+    // A 12-byte body claiming the largest length: refused before any buffer is made for it.
     g_largestNothrowArray = 0;
     EXPECT_EQ(RawData(MAX_RAW_DATA, [](MessageParcel &) {}), 22);
     EXPECT_LT(g_largestNothrowArray.load(), size_t{1} << 20);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "length = 134217728, treadData 0, rawByte 1"));
+    EXPECT_EQ(hooks_->Calls().size(), calls);
 }
 
-TEST(CallbackLifetimeTest, DefaultHooksAnswerZeroAndCreationIsLogged)
+TEST(CallbackLifetimeTest, CreationDestructionAndTheDefaultEventHookAreLogged)
 {
     LogCapture logs;
     auto callback = sptr<Tarnby::CallbackSkeleton>::MakeSptr();
     EXPECT_TRUE(logs.Logged(LOG_INFO, "TRBYCallback", "create callback = ohos.ITarnby.ITarnbyCallback"));
-    MessageParcel data;
-    MessageParcel reply;
-    TarnbyEmulator::WriteSurfaceEvent(data, 10001, 7, "x");
-    MessageOption option;
-    EXPECT_EQ(callback->OnRemoteRequest(601, data, reply, option), 0);
+    std::string extra = "x";
+    callback->OnEvent(7, 10001, extra);
     EXPECT_TRUE(logs.Logged(LOG_INFO, "TRBYCallback", "code = 7, eventId = 10001"));
     callback = nullptr;
     EXPECT_TRUE(logs.Logged(LOG_INFO, "TRBYCallback", "destroy callback = ohos.ITarnby.ITarnbyCallback"));

@@ -22,10 +22,7 @@ constexpr Answer ANSWER{0, 31};
 const std::string PEER = R"(1 "0123456789abcdef" 1u "com.example.peer" "PeerAbility" 0)";
 const std::string PEER_SA = R"(1 "fedcba9876543210" 0u "" "" 4700)";
 
-CollaborationAbility &Ability()
-{
-    return CollaborationAbility::GetInstance();
-}
+CollaborationAbility &g_ability = CollaborationAbility::GetInstance();
 sptr<TargetInfo> Peer()
 {
     return sptr<TargetInfo>::MakeSptr("0123456789abcdef", Tarnby::ABILITY_TARGET, "com.example.peer", "PeerAbility", 0);
@@ -125,29 +122,29 @@ TEST_P(StartRequestTest, CarriesItsFieldsInWireOrder)
 const std::string LONGEST_EXTRA(MAX_DATA_LEN - 1, 'y');
 const std::string LARGEST_DATA(MAX_DATA_LEN, 'z');
 const RequestCase REQUEST_CASES[] = {
-    {"SystemAbilityWithExtra", [] { return Ability().StartCollaboration(5520, Peer(), "extra=1"); }, 7,
+    {"SystemAbilityWithExtra", [] { return g_ability.StartCollaboration(5520, Peer(), "extra=1"); }, 7,
      "0 5520 " + PEER + R"( <object> "extra=1")"},
-    {"SystemAbilityWithoutExtra", [] { return Ability().StartCollaboration(5521, PeerSa()); }, 7,
+    {"SystemAbilityWithoutExtra", [] { return g_ability.StartCollaboration(5521, PeerSa()); }, 7,
      "0 5521 " + PEER_SA + " <object>"},
     {"Ability",
      [] {
          auto anywhere = sptr<TargetInfo>::MakeSptr("com.example.peer", "PeerAbility", Tarnby::ABILITY_TARGET);
-         return Ability().StartCollaboration("com.example.local", "LocalAbility", anywhere, "{\"k\":1}");
+         return g_ability.StartCollaboration("com.example.local", "LocalAbility", anywhere, "{\"k\":1}");
      },
      7, R"(1 "com.example.local" "LocalAbility" 1 "" 1u "com.example.peer" "PeerAbility" 0 <object> "{"k":1}")"},
-    {"EmptyExtraLeftOut", [] { return Ability().StartCollaboration(7, Peer(), ""); }, 7, "0 7 " + PEER + " <object>"},
-    {"TooLongExtraLeftOut", [] { return Ability().StartCollaboration(7, Peer(), std::string(MAX_DATA_LEN, 'x')); }, 7,
+    {"EmptyExtraLeftOut", [] { return g_ability.StartCollaboration(7, Peer(), ""); }, 7, "0 7 " + PEER + " <object>"},
+    {"TooLongExtraLeftOut", [] { return g_ability.StartCollaboration(7, Peer(), std::string(MAX_DATA_LEN, 'x')); }, 7,
      "0 7 " + PEER + " <object>"},
-    {"LongestExtra", [] { return Ability().StartCollaboration("b", "a", Peer(), LONGEST_EXTRA); }, 7,
+    {"LongestExtra", [] { return g_ability.StartCollaboration("b", "a", Peer(), LONGEST_EXTRA); }, 7,
      R"(1 "b" "a" )" + PEER + R"( <object> "<4190207 chars>")"},
-    {"WithData", [] { return Ability().StartCollaboration(PeerSa(), Peer(), "hello", 5); }, 25,
+    {"WithData", [] { return g_ability.StartCollaboration(PeerSa(), Peer(), "hello", 5); }, 25,
      PEER_SA + " " + PEER + " <object> 5u x68656c6c6f"},
-    {"LengthWithoutBuffer", [] { return Ability().StartCollaboration(Peer(), PeerSa(), nullptr, 10); }, 25,
+    {"LengthWithoutBuffer", [] { return g_ability.StartCollaboration(Peer(), PeerSa(), nullptr, 10); }, 25,
      PEER + " " + PEER_SA + " <object> 10u"},
-    {"ZeroLength", [] { return Ability().StartCollaboration(Peer(), PeerSa(), "ignored", 0); }, 25,
+    {"ZeroLength", [] { return g_ability.StartCollaboration(Peer(), PeerSa(), "ignored", 0); }, 25,
      PEER + " " + PEER_SA + " <object> 0u"},
     {"LargestData",
-     [] { return Ability().StartCollaboration(Peer(), Peer(), LARGEST_DATA.data(), LARGEST_DATA.size()); }, 25,
+     [] { return g_ability.StartCollaboration(Peer(), Peer(), LARGEST_DATA.data(), LARGEST_DATA.size()); }, 25,
      PEER + " " + PEER + " <object> 4190208u <4190208 bytes>"},
 };
 INSTANTIATE_TEST_SUITE_P(Collaboration, StartRequestTest, testing::ValuesIn(REQUEST_CASES),
@@ -163,13 +160,13 @@ TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndPassTheResultThrough
         std::string body;
         const char *failureLine;
     } const cases[] = {
-        {[&] { return Ability().RegisterCollaborationCallback(Peer(), callback); }, 23, PEER + " <object>",
+        {[&] { return g_ability.RegisterCollaborationCallback(Peer(), callback); }, 23, PEER + " <object>",
          "RegisterCollaborationCallback failed"},
-        {[] { return Ability().UnRegisterCollaborationCallback(Peer()); }, 24, PEER,
+        {[] { return g_ability.UnRegisterCollaborationCallback(Peer()); }, 24, PEER,
          "UnRegisterCollaborationCallback failed"},
-        {[] { return Ability().SendCollaborationData(77, "hello", 5); }, 13, "77 5u x68656c6c6f",
+        {[] { return g_ability.SendCollaborationData(77, "hello", 5); }, 13, "77 5u x68656c6c6f",
          "send collaboration data failed"},
-        {[] { return Ability().StopCollaboration(77); }, 8, "77", nullptr},
+        {[] { return g_ability.StopCollaboration(77); }, 8, "77", nullptr},
     };
     for (int32_t result : {0, -7}) {
         ScriptAnswers(ANSWER, result);
@@ -198,25 +195,30 @@ TEST_F(CollaborationTest, ArgumentsTheLibraryRefusesSendNothing)
     auto anywhere = sptr<TargetInfo>::MakeSptr(4700); // a system-ability start needs a device
     const std::string tooLarge(MAX_DATA_LEN + 1, 'q');
     const Answer invalid{1001, 0};
-    EXPECT_EQ(Ability().StartCollaboration(1, nullptr, "x"), invalid);
-    EXPECT_EQ(Ability().StartCollaboration(1, anywhere, "x"), invalid);
-    EXPECT_EQ(Ability().StartCollaboration("b", "a", nullptr, "x"), invalid);
-    EXPECT_EQ(Ability().StartCollaboration(nullptr, Peer(), "x", 1), invalid);
-    EXPECT_EQ(Ability().StartCollaboration(Peer(), nullptr, "x", 1), invalid);
+    EXPECT_EQ(g_ability.StartCollaboration(1, nullptr, "x"), invalid);
+    EXPECT_EQ(g_ability.StartCollaboration(1, anywhere, "x"), invalid);
+    EXPECT_EQ(g_ability.StartCollaboration("b", "a", nullptr, "x"), invalid);
+    EXPECT_EQ(g_ability.StartCollaboration(nullptr, Peer(), "x", 1), invalid);
+    EXPECT_EQ(g_ability.StartCollaboration(Peer(), nullptr, "x", 1), invalid);
     EXPECT_EQ(logs_.Count("targetInfo is null"), 5u);
-    EXPECT_EQ(Ability().StartCollaboration(Peer(), Peer(), tooLarge.data(), tooLarge.size()), Answer(1007, 0));
+    EXPECT_EQ(g_ability.StartCollaboration(Peer(), Peer(), tooLarge.data(), tooLarge.size()), Answer(1007, 0));
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollProc", "dataLen write failed"));
-    EXPECT_EQ(Ability().RegisterCollaborationCallback(nullptr, sptr<SessionHooks>::MakeSptr()), 1007);
+    EXPECT_EQ(g_ability.RegisterCollaborationCallback(nullptr, sptr<SessionHooks>::MakeSptr()), 1007);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "targetInfo write failed"));
-    EXPECT_EQ(Ability().RegisterCollaborationCallback(Peer(), nullptr), 1007);
+    EXPECT_EQ(g_ability.RegisterCollaborationCallback(Peer(), nullptr), 1007);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "callback write failed"));
-    EXPECT_EQ(Ability().UnRegisterCollaborationCallback(nullptr), 1007);
+    EXPECT_EQ(g_ability.UnRegisterCollaborationCallback(nullptr), 1007);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "localInfo write failed"));
-    EXPECT_EQ(Ability().SendCollaborationData(1, nullptr, 5), 1001);
-    EXPECT_EQ(Ability().SendCollaborationData(1, "x", 0), 1001);
+    EXPECT_EQ(g_ability.SendCollaborationData(1, nullptr, 5), 1001);
+    EXPECT_EQ(g_ability.SendCollaborationData(1, "x", 0), 1001);
     EXPECT_EQ(logs_.Count("data is null"), 2u);
-    EXPECT_EQ(Ability().SendCollaborationData(1, tooLarge.data(), tooLarge.size()), 461635592);
+    EXPECT_EQ(g_ability.SendCollaborationData(1, tooLarge.data(), tooLarge.size()), 461635592);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "dataLen[4190209] too large"));
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option(MessageOption::TF_SYNC, 8);
+    EXPECT_EQ(Tarnby::SendReqSync(nullptr, data, reply, option), Answer(1001, 0)); // no inner callback
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "callback is nullptr"));
     EXPECT_EQ(RequestCount(), 0u);
     EXPECT_EQ(logs_.FunctionOf("targetInfo write failed"), "RegisterCollaborationCallback");
 }
@@ -226,14 +228,14 @@ TEST_F(CollaborationTest, MissingServiceAndFailedSendAreReportedWithoutWaiting)
 {
     auto callback = sptr<SessionHooks>::MakeSptr();
     auto everyOperation = [&] {
-        std::vector<int32_t> results = {Ability().StartCollaboration(1, Peer(), "x").first,
-                                        Ability().StartCollaboration(1, Peer()).first,
-                                        Ability().StartCollaboration("b", "a", Peer(), "x").first,
-                                        Ability().StartCollaboration(Peer(), Peer(), "abc", 3).first,
-                                        Ability().RegisterCollaborationCallback(Peer(), callback),
-                                        Ability().UnRegisterCollaborationCallback(Peer()),
-                                        Ability().SendCollaborationData(1, "abc", 3),
-                                        Ability().StopCollaboration(1)};
+        std::vector<int32_t> results = {g_ability.StartCollaboration(1, Peer(), "x").first,
+                                        g_ability.StartCollaboration(1, Peer()).first,
+                                        g_ability.StartCollaboration("b", "a", Peer(), "x").first,
+                                        g_ability.StartCollaboration(Peer(), Peer(), "abc", 3).first,
+                                        g_ability.RegisterCollaborationCallback(Peer(), callback),
+                                        g_ability.UnRegisterCollaborationCallback(Peer()),
+                                        g_ability.SendCollaborationData(1, "abc", 3),
+                                        g_ability.StopCollaboration(1)};
         return results;
     };
     ScriptTransportFailure();
@@ -263,7 +265,7 @@ TEST_F(CollaborationTest, AnswerAfterTheReplyWakesTheCallerAndRefusedAnswersDoNo
         threads_.emplace_back([this, inner] { EXPECT_EQ(CallersWaiting(1) ? AnswerStart(inner, {-3, 88}) : -1, 0); });
         return std::vector<int32_t>{0};
     });
-    EXPECT_EQ(Ability().StartCollaboration(5520, Peer(), ""), Answer(-3, 88));
+    EXPECT_EQ(g_ability.StartCollaboration(5520, Peer(), ""), Answer(-3, 88));
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "collaboration ability inner callback code is 104"));
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback",
                              "receive wrong interface token = ohos.ITarnby.ITarnbyService, expect " +
@@ -272,29 +274,25 @@ TEST_F(CollaborationTest, AnswerAfterTheReplyWakesTheCallerAndRefusedAnswersDoNo
     EXPECT_FALSE(logs_.Find("OnStartCollaboration result = 1, id = 2"));
 }
 
-TEST_F(CollaborationTest, NoAnswerRunsOutAndALateAnswerIsDropped)
-{
-    Tarnby::Internal::SetStartAnswerWait(50ms);
-    Script([](const DecodedRequest &) { return std::vector<int32_t>{0}; });
-    EXPECT_EQ(Ability().StartCollaboration(9, Peer(), "late"), Answer(461635601, 0));
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "wait timeout"));
-    // The caller has let go of its inner callback; the service still holds it and answers now.
-    EXPECT_EQ(AnswerStart(InnerCallbackOf(OnlyRequest()), {0, 55}), 0);
-    EXPECT_TRUE(logs_.Find("OnStartCollaboration result = 0, id = 55"));
-}
-
 // The production wait, seen without sitting it out: the caller announces a 20-second wait, then takes a late answer.
-TEST_F(CollaborationTest, ProductionWaitIsTwentySeconds)
+// A shortened wait without an answer runs out, and the answer that comes after it is dropped.
+TEST_F(CollaborationTest, ProductionWaitIsTwentySecondsAndALateAnswerIsDropped)
 {
     Tarnby::Internal::SetStartAnswerWait(Tarnby::Internal::START_ANSWER_WAIT);
     Script([](const DecodedRequest &) { return std::vector<int32_t>{0}; });
     Answer answer;
-    std::thread caller([&answer] { answer = Ability().StartCollaboration(9, Peer(), ""); });
+    std::thread caller([&answer] { answer = g_ability.StartCollaboration(9, Peer(), ""); });
     bool waiting = CallersWaiting(1, "enter, time:20");
     EXPECT_EQ(AnswerStart(InnerCallbackOf(OnlyRequest()), {0, 20}), 0);
     caller.join();
     EXPECT_TRUE(waiting);
     EXPECT_EQ(answer, Answer(0, 20));
+    Tarnby::Internal::SetStartAnswerWait(50ms);
+    EXPECT_EQ(g_ability.StartCollaboration(9, Peer(), "late"), Answer(461635601, 0));
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "wait timeout"));
+    // The caller has let go of its inner callback; the service still holds it and answers now.
+    EXPECT_EQ(AnswerStart(InnerCallbackOf(emulator_.Requests().back()), {0, 55}), 0);
+    EXPECT_TRUE(logs_.Find("OnStartCollaboration result = 0, id = 55"));
 }
 
 TEST_F(CollaborationTest, ConcurrentStartsEachGetTheirOwnAnswer)
@@ -305,7 +303,7 @@ TEST_F(CollaborationTest, ConcurrentStartsEachGetTheirOwnAnswer)
     std::vector<Answer> results(callerCount);
     std::vector<std::thread> callers;
     for (int i = 0; i < callerCount; ++i) {
-        callers.emplace_back([&results, i] { results[i] = Ability().StartCollaboration(4000 + i, Peer(), ""); });
+        callers.emplace_back([&results, i] { results[i] = g_ability.StartCollaboration(4000 + i, Peer(), ""); });
     }
     EXPECT_TRUE(CallersWaiting(callerCount));
     auto requests = emulator_.Requests();
@@ -322,16 +320,6 @@ TEST_F(CollaborationTest, ConcurrentStartsEachGetTheirOwnAnswer)
     }
 }
 
-TEST_F(CollaborationTest, SyncSendWithoutAnInnerCallbackSendsNothing)
-{
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option(MessageOption::TF_SYNC, 8);
-    EXPECT_EQ(Tarnby::SendReqSync(nullptr, data, reply, option), Answer(1001, 0));
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "callback is nullptr"));
-    EXPECT_EQ(RequestCount(), 0u);
-}
-
 // The session callback reads type, session id, length and the bytes; only data (104) and events (105) reach a hook.
 TEST_F(CollaborationTest, SessionMessagesReachTheirHooks)
 {
@@ -339,14 +327,9 @@ TEST_F(CollaborationTest, SessionMessagesReachTheirHooks)
     auto deliver = [&hooks](int32_t type, uint32_t length, const std::string &bytes, uint32_t code = 103) {
         MessageParcel data;
         data.SetMaxCapacity(2 * MAX_DATA_LEN);
-        data.WriteInterfaceToken(CALLBACK_TOKEN);
-        data.WriteInt32(type);
-        data.WriteInt32(31);
-        data.WriteUint32(length);
-        if (!bytes.empty()) {
-            data.WriteUnpadBuffer(bytes.data(), bytes.size());
-        }
-        return TarnbyEmulator::SendCallback(hooks->AsObject(), code, data);
+        bool written = data.WriteInterfaceToken(CALLBACK_TOKEN) && data.WriteInt32(type) && data.WriteInt32(31) &&
+                       data.WriteUint32(length) && (bytes.empty() || data.WriteUnpadBuffer(bytes.data(), bytes.size()));
+        return written ? TarnbyEmulator::SendCallback(hooks->AsObject(), code, data) : -1;
     };
     EXPECT_EQ(deliver(104, 5, "hello"), 0);
     EXPECT_EQ(deliver(105, 2, "up"), 0);

@@ -7,38 +7,19 @@
 
 #include "collaboration_ability.h"
 #include "service_fixture.h"
+#include "wire.h"
 
 namespace OHOS::TarnbyTest {
 namespace {
 using Tarnby::ITarnbyService;
 using Tarnby::TarnbyProxy;
-constexpr size_t TOKEN_BYTES = 68;              // the service token as the platform writes it
-constexpr size_t DEFAULT_MAX_CAPACITY = 204800; // a MessageParcel's limit unless raised
+constexpr size_t TOKEN_BYTES = 68; // the service token as the platform writes it
 
-void AppendWord(std::vector<uint8_t> &bytes, uint32_t value)
+// Strict-mode word 0x100, work source 0, the service token; then `fields`.
+template <typename... Fields>
+std::vector<uint8_t> EnvelopeBytes(Fields... fields)
 {
-    for (int shift = 0; shift < 32; shift += 8) {
-        bytes.push_back(static_cast<uint8_t>(value >> shift));
-    }
-}
-
-// Strict-mode word 0x100, work source 0, the UTF-16 length, the units, a zero unit, padding to 4; then `fields`.
-std::vector<uint8_t> EnvelopeBytes(std::initializer_list<uint32_t> fields)
-{
-    const std::u16string token = u"ohos.ITarnby.ITarnbyService";
-    std::vector<uint8_t> bytes;
-    AppendWord(bytes, 0x100);
-    AppendWord(bytes, 0);
-    AppendWord(bytes, static_cast<uint32_t>(token.size()));
-    for (char16_t unit : token + u'\0') {
-        bytes.push_back(static_cast<uint8_t>(unit & 0xFF));
-        bytes.push_back(static_cast<uint8_t>(unit >> 8));
-    }
-    bytes.resize((bytes.size() + 3) / 4 * 4);
-    for (uint32_t field : fields) {
-        AppendWord(bytes, field);
-    }
-    return bytes;
+    return Wire().U32(0x100, 0).Str16(u"ohos.ITarnby.ITarnbyService").U32(fields...).Bytes();
 }
 
 std::vector<uint8_t> Tail(const MessageParcel &parcel, size_t size)
@@ -53,7 +34,7 @@ TEST(EnvelopeTest, TokenThenFiveFieldsAndEachFailureItsCode)
     MessageParcel data;
     ASSERT_TRUE(data.WriteInt32(-1));
     ASSERT_EQ(TarnbyProxy::BuildCollaborationServiceCode(data, 103, 7, 0x01020304, 0xFFFFFFFF, 9), 0);
-    std::vector<uint8_t> expected = EnvelopeBytes({103, 7, 0x01020304, 0xFFFFFFFF, 9});
+    std::vector<uint8_t> expected = EnvelopeBytes(103, 7, 0x01020304, 0xFFFFFFFF, 9);
     ASSERT_EQ(expected.size(), TOKEN_BYTES + 20);
     EXPECT_EQ(data.GetDataSize(), 4 + expected.size());
     EXPECT_EQ(Tail(data, expected.size()), expected);
@@ -63,14 +44,13 @@ TEST(EnvelopeTest, TokenThenFiveFieldsAndEachFailureItsCode)
         SCOPED_TRACE("room " + std::to_string(room));
         logs.Clear();
         MessageParcel full;
-        std::vector<uint8_t> filler(DEFAULT_MAX_CAPACITY - room, 0xEE);
-        ASSERT_TRUE(full.WriteBuffer(filler.data(), filler.size()));
+        LeaveRoom(full, room);
         int32_t status = TarnbyProxy::BuildCollaborationServiceCode(full, 11, 12, 13, 14, 15);
         EXPECT_EQ(status, room < TOKEN_BYTES ? 1006 : 1007);
         EXPECT_EQ(logs.Logged(LOG_ERROR, "TRBYProxy", "write interface token failed"), room < TOKEN_BYTES);
         EXPECT_EQ(logs.Logged(LOG_ERROR, "TRBYProxy", "write to parcel failed"), room >= TOKEN_BYTES);
         if (room >= TOKEN_BYTES) {
-            std::vector<uint8_t> written = EnvelopeBytes({11, 12, 13, 14});
+            std::vector<uint8_t> written = EnvelopeBytes(11, 12, 13, 14);
             written.resize(room);
             EXPECT_EQ(Tail(full, room), written);
         }
@@ -98,7 +78,7 @@ protected:
     }
 };
 
-TEST_P(SendOperationTest, EnvelopeArrivesWithTheRequestCodeAndOption)
+TEST_P(SendOperationTest, EnvelopeArrivesWithTheRequestCodeAndOptionAndFailuresBecome1008Or1009)
 {
     Script([](const DecodedRequest &) { return std::vector<int32_t>{-4242}; });
     sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
@@ -121,12 +101,7 @@ TEST_P(SendOperationTest, EnvelopeArrivesWithTheRequestCodeAndOption)
     EXPECT_EQ(requests[0].waitTime, 8);
     EXPECT_EQ(requests[1].waitTime, 3);
     EXPECT_EQ(logs_.FunctionOf("enter"), GetParam().name);
-}
-
-// The service's status reaches the proxy only with an empty reply; whatever it is, the caller sees 1008.
-TEST_P(SendOperationTest, FailuresBecome1008Or1009)
-{
-    sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
+    // The service's status reaches the proxy only with an empty reply; whatever it is, the caller sees 1008.
     for (int error : {-1, 1, 305, INT_MIN, INT_MAX}) {
         ScriptTransportFailure(error);
         MessageParcel reply;
@@ -154,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(EachOperation, SendOperationTest, testing::ValuesIn(SEN
 
 using ProxyLookupTest = ServiceTest;
 
-TEST_F(ProxyLookupTest, OneProxyIsKeptAndFailedLookupsKeepNothing)
+TEST_F(ProxyLookupTest, OneProxyIsKeptUntilDestroyedAndFailedLookupsKeepNothing)
 {
     size_t before = HostSamgr::GetSystemAbilityCallCount();
     sptr<ITarnbyService> first = TarnbyProxy::GetInstance();
@@ -163,7 +138,24 @@ TEST_F(ProxyLookupTest, OneProxyIsKeptAndFailedLookupsKeepNothing)
     EXPECT_EQ(TarnbyProxy::GetTarnbyRemoteObject(), first->AsObject());
     EXPECT_TRUE(first->AsObject()->IsProxyObject());
     EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount() - before, 1u);
-
+    // After DestoryInstance the next caller finds the service as it is now; a copy held from before keeps its object.
+    emulator_.Kill();
+    TarnbyProxy::DestoryInstance();
+    EXPECT_FALSE(logs_.Find("clear resource when death")); // `first` still holds the proxy
+    ASSERT_TRUE(emulator_.Restart());
+    sptr<ITarnbyService> current = TarnbyProxy::GetInstance();
+    ASSERT_NE(current, nullptr);
+    EXPECT_NE(current, first);
+    EXPECT_EQ(current->AsObject(), TarnbyProxy::GetTarnbyRemoteObject());
+    EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1),
+              TarnbyEmulator::EMU_ERR_UNKNOWN_SESSION); // reaches the new service
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    EXPECT_EQ(first->CollaborationToDeviceEvent(data, reply, option), 1008);
+    first = nullptr;
+    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYProxy", "clear resource when death"));
+    // A failed lookup keeps nothing: every caller asks again.
     TarnbyProxy::DestoryInstance();
     emulator_.Stop();
     before = HostSamgr::GetSystemAbilityCallCount();
@@ -206,27 +198,5 @@ TEST_F(ProxyLookupTest, ConcurrentFirstCallersShareOneLookup)
     }
 }
 
-// After DestoryInstance the next caller finds the service as it is now; a copy held from before keeps its object.
-TEST_F(ProxyLookupTest, DestroyLooksTheServiceUpAgain)
-{
-    sptr<ITarnbyService> old = TarnbyProxy::GetInstance();
-    ASSERT_NE(old, nullptr);
-    emulator_.Kill();
-    TarnbyProxy::DestoryInstance();
-    EXPECT_FALSE(logs_.Find("clear resource when death")); // `old` still holds the proxy
-    ASSERT_TRUE(emulator_.Restart());
-    sptr<ITarnbyService> current = TarnbyProxy::GetInstance();
-    ASSERT_NE(current, nullptr);
-    EXPECT_NE(current, old);
-    EXPECT_EQ(current->AsObject(), TarnbyProxy::GetTarnbyRemoteObject());
-    EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1),
-              TarnbyEmulator::EMU_ERR_UNKNOWN_SESSION); // reaches the new service
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    EXPECT_EQ(old->CollaborationToDeviceEvent(data, reply, option), 1008);
-    old = nullptr;
-    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYProxy", "clear resource when death"));
-}
 } // namespace
 } // namespace OHOS::TarnbyTest
