@@ -7,7 +7,6 @@
 #include <mutex>
 #include <sstream>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "callback_skeleton.h"
@@ -127,32 +126,6 @@ private:
     mutable std::mutex mutex_;
     std::vector<std::string> calls_;
 };
-
-// A parcel body written value by value in the order given: int32_t, uint32_t, bool, a string, a uint32 vector, or a
-// writer of its own (for raw blocks and descriptors).
-template <typename... Values>
-std::function<void(MessageParcel &)> Fields(Values... values)
-{
-    return [=](MessageParcel &data) {
-        auto write = [&data](const auto &value) {
-            using Value = std::decay_t<decltype(value)>;
-            if constexpr (std::is_same_v<Value, int32_t>) {
-                data.WriteInt32(value);
-            } else if constexpr (std::is_same_v<Value, uint32_t>) {
-                data.WriteUint32(value);
-            } else if constexpr (std::is_same_v<Value, bool>) {
-                data.WriteBool(value);
-            } else if constexpr (std::is_same_v<Value, std::vector<uint32_t>>) {
-                data.WriteUInt32Vector(value);
-            } else if constexpr (std::is_convertible_v<Value, std::string>) {
-                data.WriteString(value);
-            } else {
-                value(data);
-            }
-        };
-        (write(values), ...);
-    };
-}
 
 // The reply as the int32 values it holds.
 inline std::vector<int32_t> ReplyValues(MessageParcel &reply)

@@ -1,16 +1,21 @@
 #ifndef TARNBY_TEST_WIRE_H
 #define TARNBY_TEST_WIRE_H
 
-// Expected parcel bytes built by hand in the platform's format (little-endian 4-byte words; a string is its length in
-// units, the units, a zero unit and zero padding to 4), independent of the Parcel implementation under test.
+// Parcels built by hand: expected bytes in the platform's format (little-endian 4-byte words; a string is its length
+// in units, the units, a zero unit and zero padding to 4), independent of the Parcel implementation under test; and
+// request or callback bodies written field by field in wire order.
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "message_parcel.h"
 #include "parcel.h"
 
 namespace OHOS::TarnbyTest {
+using Body = std::function<void(MessageParcel &)>;
+
 class Wire {
 public:
     template <typename... Words>
@@ -99,6 +104,32 @@ inline std::vector<uint8_t> MarshalledBytes(const Parcelable &record)
     }
     const auto *data = reinterpret_cast<const uint8_t *>(parcel.GetData());
     return std::vector<uint8_t>(data, data + parcel.GetDataSize());
+}
+
+// A parcel body written value by value in the order given: int32_t, uint32_t, bool, a string, a uint32 vector, or a
+// writer of its own (for raw blocks and descriptors).
+template <typename... Values>
+Body Fields(Values... values)
+{
+    return [=](MessageParcel &data) {
+        auto write = [&data](const auto &value) {
+            using Value = std::decay_t<decltype(value)>;
+            if constexpr (std::is_same_v<Value, int32_t>) {
+                data.WriteInt32(value);
+            } else if constexpr (std::is_same_v<Value, uint32_t>) {
+                data.WriteUint32(value);
+            } else if constexpr (std::is_same_v<Value, bool>) {
+                data.WriteBool(value);
+            } else if constexpr (std::is_same_v<Value, std::vector<uint32_t>>) {
+                data.WriteUInt32Vector(value);
+            } else if constexpr (std::is_convertible_v<Value, std::string>) {
+                data.WriteString(value);
+            } else {
+                value(data);
+            }
+        };
+        (write(values), ...);
+    };
 }
 
 // Fills a fresh parcel with int32 words so that exactly `room` bytes (a multiple of 4) stay below its maximum.

@@ -15,6 +15,7 @@
 #include "host_ipc_proxy.h"
 #include "log_capture.h"
 #include "veskor_json_utils.h"
+#include "wire.h"
 
 // The largest request made of the nothrow array new (the form the raw-data path makes its buffer with), so that a
 // test can tell that a forged length cost no memory.
@@ -32,7 +33,6 @@ void *operator new[](std::size_t size, const std::nothrow_t &) noexcept
 
 namespace OHOS::TarnbyTest {
 namespace {
-using Body = std::function<void(MessageParcel &)>;
 using Calls = std::vector<std::string>;
 using Tarnby::JsonUtils;
 using Tarnby::VeskorJsonUtils;
