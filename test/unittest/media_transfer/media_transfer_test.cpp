@@ -181,28 +181,17 @@ TEST_F(MediaTest, DeathRecipientKeepsTheFirstCallbackAndForgetsItWithTheDeath)
     EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount(), lookups + 1);
 }
 
-// The surface front is a process-wide singleton whose recipient is registered at most once, so the end-to-end cases
-// each run in a new process of this binary; failures come back as its exit code and error output.
-void InFreshProcess(const std::function<void()> &scenario)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            scenario();
-            const testing::TestResult *result = testing::UnitTest::GetInstance()->current_test_info()->result();
-            for (int i = 0; i < result->total_part_count(); ++i) {
-                if (result->GetTestPartResult(i).failed()) {
-                    std::fprintf(stderr, "%s\n", result->GetTestPartResult(i).message());
-                }
-            }
-            std::_Exit(result->Failed() ? 1 : 0);
-        },
-        testing::ExitedWithCode(0), "");
-}
-
+// The surface front is a process-wide singleton whose recipient is registered at most once, so this runs in a new
+// process of this binary; failures come back as its exit code and error output. A recipient asked for before there is
+// a service registers later; the service's death then reaches the first callback only, and the next call finds the
+// service again.
 TEST_F(MediaTest, DeathReachesTheFirstCallbackAndTheNextCallFindsTheServiceAgain)
 {
-    InFreshProcess([this] {
+    auto scenario = [this] {
+        emulator_.Stop();
+        EXPECT_FALSE(g_surface.SetDeathRecipient());
+        EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "Tarnby dead"));
+        ASSERT_TRUE(emulator_.Start()); // nothing was created by the failed call, so a later one registers
         ASSERT_TRUE(g_surface.SetDeathRecipient());
         EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYProxy", "AddDeathRecipient result = 1."));
         Script([](const DecodedRequest &) { return std::vector<int32_t>{7}; });
@@ -216,19 +205,20 @@ TEST_F(MediaTest, DeathReachesTheFirstCallbackAndTheNextCallFindsTheServiceAgain
         EXPECT_TRUE(second->Calls().empty());
         ASSERT_TRUE(emulator_.Restart());
         EXPECT_EQ(g_audio.StartAudioTransfer(3), 7); // the proxy was dropped: found again
-    });
-}
-
-TEST_F(MediaTest, DeathRecipientSetBeforeAnyServiceRegistersLater)
-{
-    InFreshProcess([this] {
-        emulator_.Stop();
-        EXPECT_FALSE(g_surface.SetDeathRecipient());
-        EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "Tarnby dead"));
-        ASSERT_TRUE(emulator_.Start()); // nothing was created by the failed call, so a later one registers
-        EXPECT_TRUE(g_surface.SetDeathRecipient());
-        EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYProxy", "AddDeathRecipient result = 1."));
-    });
+    };
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            scenario();
+            const testing::TestResult *result = testing::UnitTest::GetInstance()->current_test_info()->result();
+            for (int i = 0; i < result->total_part_count(); ++i) {
+                if (result->GetTestPartResult(i).failed()) {
+                    std::fprintf(stderr, "%s\n", result->GetTestPartResult(i).message());
+                }
+            }
+            std::_Exit(result->Failed() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 } // namespace
 } // namespace OHOS::TarnbyTest
