@@ -2,15 +2,13 @@
 #define TARNBY_TEST_HOOK_RECORDER_H
 
 // A callback object that records every hook call as text ("Stop(b, a, c, 4)"), so that a test states the expected
-// calls, arguments in position, in one line; and a way to hand it a parcel the way the IPC framework would.
-#include <functional>
+// calls, arguments in position, in one line.
 #include <mutex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "callback_skeleton.h"
-#include "tarnby_wire.h"
 
 namespace OHOS::TarnbyTest {
 // A short fingerprint of a byte block, to compare large blocks in one line.
@@ -35,17 +33,6 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return calls_;
     }
-    // Calls OnRemoteRequest as the IPC framework would: the callback token, then what `body` writes.
-    int32_t Deliver(uint32_t code, const std::function<void(MessageParcel &)> &body, MessageParcel &reply)
-    {
-        MessageParcel data;
-        data.SetMaxCapacity(0x10000000);
-        TarnbyEmulator::WriteCallbackToken(data);
-        body(data);
-        MessageOption option;
-        return OnRemoteRequest(code, data, reply, option);
-    }
-
     int32_t OnDataCallback(uint32_t code, uint32_t second, uint32_t dataLen, std::unique_ptr<char[]> data) override
     {
         return Record("OnDataCallback(", code, ", ", second, ", ", dataLen, ", ", Fingerprint(data.get(), dataLen),

@@ -18,8 +18,9 @@ using Body = std::function<void(MessageParcel &)>;
 
 class Wire {
 public:
-    template <typename... Words>
-    Wire &U32(Words... values)
+    // 4-byte words: int32, uint32, or a bool (0 or 1).
+    template <typename... Values>
+    Wire &Words(Values... values)
     {
         for (uint32_t value : {static_cast<uint32_t>(values)...}) {
             for (int shift = 0; shift < 32; shift += 8) {
@@ -27,15 +28,6 @@ public:
             }
         }
         return *this;
-    }
-    template <typename... Words>
-    Wire &I32(Words... values)
-    {
-        return U32(static_cast<uint32_t>(static_cast<int32_t>(values))...);
-    }
-    Wire &Bool(bool value)
-    {
-        return U32(value ? 1 : 0);
     }
     template <typename... Texts>
     Wire &Str(const Texts &...values)
@@ -51,12 +43,12 @@ public:
     template <typename Element>
     Wire &Vec(const std::vector<Element> &values)
     {
-        U32(values.size());
+        Words(values.size());
         for (const Element &value : values) {
             if constexpr (std::is_same_v<Element, std::string>) {
                 Str(value);
             } else {
-                U32(value);
+                Words(value);
             }
         }
         return *this;
@@ -82,7 +74,7 @@ private:
     template <typename Text>
     Wire &Units(const Text &value)
     {
-        U32(value.size());
+        Words(value.size());
         for (auto unit : value + typename Text::value_type(0)) {
             for (size_t byte = 0; byte < sizeof(unit); ++byte) {
                 bytes_.push_back(static_cast<uint8_t>(static_cast<uint32_t>(unit) >> (8 * byte)));

@@ -9,11 +9,13 @@
 #include <atomic>
 #include <filesystem>
 #include <new>
+#include <numeric>
 
 #include "hook_recorder.h"
 #include "host_ipc.h"
 #include "host_ipc_proxy.h"
 #include "log_capture.h"
+#include "tarnby_wire.h"
 #include "veskor_json_utils.h"
 #include "wire.h"
 
@@ -44,9 +46,7 @@ const Body THREE_NAMES = Fields("first", "second", "third");
 std::string Pattern(size_t size)
 {
     std::string bytes(size, '\0');
-    for (size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<char>((i * 7 + 1) % 253);
-    }
+    std::iota(bytes.begin(), bytes.end(), '\1'); // a misplaced copy shows in the fingerprint
     return bytes;
 }
 
@@ -63,33 +63,22 @@ Body StateChange(const std::string &extraInfo, bool hasFd, int fd = 0)
         "alpha", "beta", 11, -22, [extraInfo](MessageParcel &data) { WriteExtraInfo(data, extraInfo); }, hasFd,
         [fd](MessageParcel &data) { data.WriteFileDescriptor(fd); });
 }
-Calls StateChangeCalls(const std::string &extraInfo)
-{
-    return {"OnServiceStateChanged(alpha, beta, " + extraInfo + ", 11, -22)",
-            "Context{-22, alpha, beta, " + extraInfo + ", 11}"};
-}
 
 class CallbackTest : public testing::Test {
 protected:
-    // Straight into OnRemoteRequest with `token` and a receiver-ready body behind it.
-    int32_t CallWithToken(uint32_t code, const std::u16string &token)
+    // A call of the family `code` as the IPC framework makes it: `token`, the service code (with values in the fields
+    // a reader must skip), then `body`.
+    int32_t Deliver(uint32_t code, uint32_t serviceType, uint32_t subServiceType, const Body &body,
+                    const std::u16string &token = TarnbyEmulator::CALLBACK_TOKEN)
     {
         MessageParcel data;
+        data.SetMaxCapacity(0x10000000);
         data.WriteInterfaceToken(token);
-        WriteServiceCode(data, 103, 1);
-        data.WriteInt32(5);
+        WriteServiceCode(data, serviceType, subServiceType, 1, 2, 3);
+        body(data);
         MessageOption option;
         reply_.FlushBuffer();
         return hooks_->OnRemoteRequest(code, data, reply_, option);
-    }
-    // A call of the family `code`: the service code (with values in the fields a reader must skip), then `body`.
-    int32_t Deliver(uint32_t code, uint32_t serviceType, uint32_t subServiceType, const Body &body)
-    {
-        reply_.FlushBuffer();
-        return hooks_->Deliver(
-            code,
-            Fields([&](MessageParcel &data) { WriteServiceCode(data, serviceType, subServiceType, 1, 2, 3); }, body),
-            reply_);
     }
     int32_t Connect(uint32_t subServiceType, const Body &body)
     {
@@ -118,7 +107,7 @@ TEST_F(CallbackTest, WrongTokenIsRefusedBeforeTheCodeIsLookedAt)
     for (uint32_t code : {1u, 101u, 501u, 601u, 9u}) {
         for (const auto &[token, shown] : wrongTokens) {
             logs_.Clear();
-            EXPECT_EQ(CallWithToken(code, token), 1010);
+            EXPECT_EQ(Deliver(code, 103, 1, Fields(5), token), 1010);
             EXPECT_EQ(reply_.GetDataSize(), 0u);
             EXPECT_TRUE(
                 logs_.Logged(LOG_ERROR, "TRBYCallback",
@@ -132,7 +121,7 @@ TEST_F(CallbackTest, WrongTokenIsRefusedBeforeTheCodeIsLookedAt)
 TEST_F(CallbackTest, UnknownCodesGoToThePlatformDefaultAndPlaceholdersReadOneSubCode)
 {
     for (uint32_t code : {0u, 2u, 102u, 500u, 602u}) {
-        EXPECT_EQ(CallWithToken(code, TarnbyEmulator::CALLBACK_TOKEN), IPC_STUB_UNKNOW_TRANS_ERR);
+        EXPECT_EQ(Deliver(code, 103, 1, Fields(5)), IPC_STUB_UNKNOW_TRANS_ERR);
         EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "revice unknown code, code is " + std::to_string(code)));
     }
     const std::pair<uint32_t, const char *> placeholders[] = {{1, "GetCollaborationServiceCallback"},
@@ -141,7 +130,7 @@ TEST_F(CallbackTest, UnknownCodesGoToThePlatformDefaultAndPlaceholdersReadOneSub
                                                               {401, "LumetDownMessageCallback"}};
     for (const auto &[code, handler] : placeholders) {
         logs_.Clear();
-        EXPECT_EQ(CallWithToken(code, TarnbyEmulator::CALLBACK_TOKEN), 0); // its sub code is the 103 read first
+        EXPECT_EQ(Deliver(code, 103, 1, Fields(5)), 0); // its sub code is the 103 read first
         EXPECT_EQ(reply_.GetDataSize(), 0u);
         EXPECT_EQ(logs_.FunctionOf("subCode is 103"), handler);
         EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "subCode is 103"));
@@ -296,7 +285,9 @@ TEST_F(CallbackTest, StateChangeHandsTheExtraInfoOverAsSent)
         auto before = openDescriptors();
         EXPECT_EQ(Connect(504, StateChange(extra, hasFd)), 0);
         Calls calls = hooks_->Calls();
-        EXPECT_EQ(Calls(calls.end() - 2, calls.end()), StateChangeCalls(extra));
+        EXPECT_EQ(Calls(calls.end() - 2, calls.end()),
+                  Calls({"OnServiceStateChanged(alpha, beta, " + extra + ", 11, -22)",
+                         "Context{-22, alpha, beta, " + extra + ", 11}"}));
         EXPECT_EQ(openDescriptors(), before);
         EXPECT_TRUE(extra == R"({"fd":0,})" || !logs_.Contains("fd: ")); // only the comma's descriptor is read
     }

@@ -78,15 +78,16 @@ sptr<ResourceRequest> Resource()
     request->SetServiceConnectType(5);
     return request;
 }
-const Wire TARGET = Wire().Str("net-0123456789").U32(1).Str("com.example.demo", "MainAbility").I32(4700);
-const Wire FILTER = Wire().Str("com.example.demo", "page", "a demo").U32(14, 7).Str("action.view");
-const Wire DEVICE = Wire().Str("udid-0123456789", "net-0123456789", "Living room").U32(156);
-const Wire LOCAL = Wire().Str("MainAbility", "com.example.demo", "local-0123456789", "entry").U32(14);
-const Wire COMMUNICATION = Wire().I32(1, 2, 3, 4, 5, 6, 7, 8).Str("video");
-const Wire RESOURCE = Wire().U32(2, 1, 4).Bool(true).I32(0).U32(1, 1, 9).Bool(false).I32(1).Then(COMMUNICATION).U32(5);
+const Wire TARGET = Wire().Str("net-0123456789").Words(1).Str("com.example.demo", "MainAbility").Words(4700);
+const Wire FILTER = Wire().Str("com.example.demo", "page", "a demo").Words(14, 7).Str("action.view");
+const Wire DEVICE = Wire().Str("udid-0123456789", "net-0123456789", "Living room").Words(156);
+const Wire LOCAL = Wire().Str("MainAbility", "com.example.demo", "local-0123456789", "entry").Words(14);
+const Wire COMMUNICATION = Wire().Words(1, 2, 3, 4, 5, 6, 7, 8).Str("video");
+// Two remote entries (type 4 wanted, then an absent one), one local entry (type 9 not wanted), the channel, type 5.
+const Wire RESOURCE = Wire().Words(2, 1, 4, true, 0, 1, 1, 9, false, 1).Then(COMMUNICATION).Words(5);
 Wire PickerWire(uint32_t accessType)
 {
-    return Wire().U32(accessType).I32(1).Then(FILTER).I32(1).Then(DEVICE).I32(1).Then(LOCAL);
+    return Wire().Words(accessType, 1).Then(FILTER).Words(1).Then(DEVICE).Words(1).Then(LOCAL);
 }
 
 struct RecordCase {
@@ -134,7 +135,7 @@ const RecordCase RECORDS[] = {
      "systemAbilityId=4700",
      "TRBYCollaboration"},
     {"StartInfo", [] { return sptr<StartInfo>::MakeSptr(42, Target(), "extra"); },
-     Wire().I32(42, 1).Then(TARGET).Str("extra"), Reader<StartInfo>(), "failed marshall collaborationSessionId=42",
+     Wire().Words(42, 1).Then(TARGET).Str("extra"), Reader<StartInfo>(), "failed marshall collaborationSessionId=42",
      "TRBYCollaboration"},
     {"AbilityFilter", Filter, FILTER, Reader<AbilityFilter>(),
      "failed: bundleName: com.example.demo, abilityType: page, abilityDescription: a demo,deviceType:14, , "
@@ -168,7 +169,7 @@ const RecordCase RECORDS[] = {
      },
      Wire()
          .Str("Living room")
-         .U32(156)
+         .Words(156)
          .Str("hash-01", "devid-0123456789")
          .Vec<std::string>({"r1", "rule two"})
          .Str("net-0123456789", "AA:BB:CC:DD:EE:FF", "{\"k\":1}"),
@@ -180,13 +181,13 @@ const RecordCase RECORDS[] = {
          task->SetCanDisconnectFlag(44);
          return task;
      },
-     Wire().Str("dev-0123456789").U32(11, 22, 33, 44), Reader<DistributeTaskInfo>(),
+     Wire().Str("dev-0123456789").Words(11, 22, 33, 44), Reader<DistributeTaskInfo>(),
      "failed:DistributeTaskInfo linkType= 22", "VeskorManager"},
     {"ServiceStateInfo", [] { return sptr<ServiceStateInfo>::MakeSptr("dev-0123456789", 7, 2); },
-     Wire().Str("dev-0123456789").U32(7, 2), Reader<ServiceStateInfo>(), "failed:ServiceSateInfo linkType= 7",
+     Wire().Str("dev-0123456789").Words(7, 2), Reader<ServiceStateInfo>(), "failed:ServiceSateInfo linkType= 7",
      "VeskorManager"},
     {"HardwareRequest", [] { return sptr<HardwareRequest>::MakeSptr(HardwareType(0xABCD), true); },
-     Wire().U32(0xABCD).Bool(true), Reader<HardwareRequest>(), "Hardware request write parcelable failed.",
+     Wire().Words(0xABCD, true), Reader<HardwareRequest>(), "Hardware request write parcelable failed.",
      "VeskorManager"},
     {"CommunicationRequest", Communication, COMMUNICATION, Reader<CommunicationRequest>(),
      "Communication Request write parcelable failed.", "VeskorManager"},
@@ -226,7 +227,7 @@ TEST(ResourceRequestTest, ListBoundsAndShortParcels)
 {
     auto lists = [](uint32_t remote, uint32_t local) {
         Parcel parcel;
-        Wire().Vec(std::vector<uint32_t>(remote)).Vec(std::vector<uint32_t>(local)).I32(0).U32(2).LoadInto(parcel);
+        Wire().Vec(std::vector<uint32_t>(remote)).Vec(std::vector<uint32_t>(local)).Words(0, 2).LoadInto(parcel);
         return sptr<ResourceRequest>(ResourceRequest::Unmarshalling(parcel));
     };
     ASSERT_NE(lists(1000, 1000), nullptr);
@@ -236,7 +237,7 @@ TEST(ResourceRequestTest, ListBoundsAndShortParcels)
     EXPECT_EQ(lists(1, 1001), nullptr);
     EXPECT_EQ(logs.Count("Hardware request vector too large."), 2u);
     Parcel shortParcel;
-    Wire().U32(3, 1, 8).LoadInto(shortParcel); // one hardware entry cut short, two more missing
+    Wire().Words(3, 1, 8).LoadInto(shortParcel); // one hardware entry cut short, two more missing
     sptr<ResourceRequest> read = ResourceRequest::Unmarshalling(shortParcel);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(read->GetRemoteHardwareList().size(), 3u);
@@ -256,14 +257,14 @@ TEST(TargetInfoTest, KeysAccountsAndShortParcels)
     EXPECT_EQ(target.GenTargetKey(), "0 2 bundle ability");
     target.SetTargetType(3);
     EXPECT_EQ(target.GenTargetKey(), "");
-    EXPECT_EQ(MarshalledBytes(TargetInfo(4700)), Wire().Str("").U32(0).Str("", "").I32(4700).Bytes());
+    EXPECT_EQ(MarshalledBytes(TargetInfo(4700)), Wire().Str("").Words(0).Str("", "").Words(4700).Bytes());
     Parcel parcel;
-    Wire().Str("net").U32(2).LoadInto(parcel);
+    Wire().Str("net").Words(2).LoadInto(parcel);
     sptr<TargetInfo> read = TargetInfo::Unmarshalling(parcel);
     EXPECT_EQ(read->GetTargetType(), 2u);
     EXPECT_EQ(read->GetSystemAbilityId(), 0);
     Parcel absent;
-    Wire().I32(9, 0).Str("after").LoadInto(absent);
+    Wire().Words(9, 0).Str("after").LoadInto(absent);
     sptr<StartInfo> start = StartInfo::Unmarshalling(absent);
     EXPECT_EQ(start->GetSrcTarget(), nullptr);
     EXPECT_EQ(start->GetExtraData(), "after");
@@ -281,7 +282,7 @@ TEST(PickerResultTest, AccessTypeThreeOrAMissingRecordIsRejectedAfterReading)
     EXPECT_EQ(three.GetReadableBytes(), 0u);
     EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient", "read accesstype failed"));
     Parcel gap;
-    Wire().U32(1, 1).Then(FILTER).I32(0, 1).Then(LOCAL).LoadInto(gap);
+    Wire().Words(1, 1).Then(FILTER).Words(0, 1).Then(LOCAL).LoadInto(gap);
     EXPECT_EQ(PickerResult::Unmarshalling(gap), nullptr);
     EXPECT_EQ(gap.GetReadableBytes(), 0u);
     EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient", "read abilityFilter_ 0, deviceInfo 1, localInfo 0"));
@@ -295,14 +296,14 @@ TEST(PickerResultTest, AccessTypeThreeOrAMissingRecordIsRejectedAfterReading)
 TEST(FilterTest, CountsBeyondTheParcelAndMatchingTables)
 {
     LogCapture logs;
-    for (Wire wire : {Wire().U32(3, 1, 2), Wire().Vec<uint32_t>({14}).U32(3, 1, 2)}) {
+    for (Wire wire : {Wire().Words(3, 1, 2), Wire().Vec<uint32_t>({14}).Words(3, 1, 2)}) {
         Parcel parcel;
         wire.LoadInto(parcel);
         EXPECT_EQ(DeviceFilter::Unmarshalling(parcel), nullptr); // three elements claimed, two present
     }
     EXPECT_EQ(logs.Count("read vector failed"), 2u);
     Parcel refused;
-    Wire().Str("cast").U32(1000).LoadInto(refused);
+    Wire().Str("cast").Words(1000).LoadInto(refused);
     EXPECT_TRUE(ServiceFilter::Unmarshalling(refused)->GetDeviceType().empty()); // refused, not rejected
     DeviceFilter filter({14, 17}, {100});
     EXPECT_TRUE(filter.isDeviceTypeMatch(17) && filter.isAccountTypeMatch(100));

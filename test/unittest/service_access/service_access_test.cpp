@@ -19,7 +19,7 @@ constexpr size_t TOKEN_BYTES = 68; // the service token as the platform writes i
 template <typename... Fields>
 std::vector<uint8_t> EnvelopeBytes(Fields... fields)
 {
-    return Wire().U32(0x100, 0).Str16(u"ohos.ITarnby.ITarnbyService").U32(fields...).Bytes();
+    return Wire().Words(0x100, 0).Str16(u"ohos.ITarnby.ITarnbyService").Words(fields...).Bytes();
 }
 
 std::vector<uint8_t> Tail(const MessageParcel &parcel, size_t size)
