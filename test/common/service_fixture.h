@@ -26,16 +26,14 @@ class ServiceTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        HostSamgr::Reset();
-        Tarnby::TarnbyProxy::DestoryInstance();
+        RemoveService();
         ASSERT_TRUE(emulator_.Start());
     }
     void TearDown() override
     {
         emulator_.SetRequestHook(nullptr);
         emulator_.Stop();
-        Tarnby::TarnbyProxy::DestoryInstance();
-        HostSamgr::Reset();
+        RemoveService();
     }
 
     // No service from here on: nothing registered under 70633 and no shared proxy in the library.

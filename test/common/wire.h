@@ -29,15 +29,12 @@ public:
         }
         return *this;
     }
+    // Strings of 8-bit or 16-bit units.
     template <typename... Texts>
     Wire &Str(const Texts &...values)
     {
-        (Units(std::string(values)), ...);
+        (Units(std::basic_string(values)), ...);
         return *this;
-    }
-    Wire &Str16(const std::u16string &value)
-    {
-        return Units(value);
     }
     // A count, then each element (strings as Str, numbers as U32).
     template <typename Element>

@@ -1,6 +1,4 @@
-// Callback reception, fed by hand in wire order: the token checked first, dispatch by request code, the placeholder
-// families, collaboration to device (101: data channel, raw data with its bound, events), device connect (501),
-// surface events (601), and the extra-info JSON helpers.
+// Callback reception of every family, fed by hand in wire order, and the extra-info JSON helpers.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -55,6 +53,10 @@ Body Raw(const char *bytes, size_t size)
 {
     return [=](MessageParcel &data) { data.WriteRawData(bytes, size); };
 }
+Body Unpadded(const std::string &bytes)
+{
+    return [bytes](MessageParcel &data) { data.WriteUnpadBuffer(bytes.data(), bytes.size()); };
+}
 
 // A service-state change (504): two strings, two int32, the extra-info block, hasFd, then a descriptor.
 Body StateChange(const std::string &extraInfo, bool hasFd, int fd = 0)
@@ -67,17 +69,20 @@ Body StateChange(const std::string &extraInfo, bool hasFd, int fd = 0)
 class CallbackTest : public testing::Test {
 protected:
     // A call of the family `code` as the IPC framework makes it: `token`, the service code (with values in the fields
-    // a reader must skip), then `body`.
+    // a reader must skip, one with the top bit set), then `body`. The reply is left in reply_.
     int32_t Deliver(uint32_t code, uint32_t serviceType, uint32_t subServiceType, const Body &body,
                     const std::u16string &token = TarnbyEmulator::CALLBACK_TOKEN)
     {
         MessageParcel data;
         data.SetMaxCapacity(0x10000000);
         data.WriteInterfaceToken(token);
-        WriteServiceCode(data, serviceType, subServiceType, 1, 2, 3);
+        WriteServiceCode(data, serviceType, subServiceType, 21, 0xFFFFFFFF, 23);
         body(data);
-        MessageOption option;
         reply_.FlushBuffer();
+        if (viaProxy_) {
+            return TarnbyEmulator::SendCallback(HostIpc::GetProxy(hooks_), code, data, &reply_);
+        }
+        MessageOption option;
         return hooks_->OnRemoteRequest(code, data, reply_, option);
     }
     int32_t Connect(uint32_t subServiceType, const Body &body)
@@ -93,6 +98,7 @@ protected:
     sptr<HookRecorder> hooks_ = sptr<HookRecorder>::MakeSptr(17);
     MessageParcel reply_;
     LogCapture logs_;
+    bool viaProxy_ = false; // across the simulated process boundary (or a socket), answered on an IPC thread
 };
 
 // Any token but the callback's own, whatever the code: 1010, an empty reply, no hook, nothing else read or logged.
@@ -138,26 +144,20 @@ TEST_F(CallbackTest, UnknownCodesGoToThePlatformDefaultAndPlaceholdersReadOneSub
     EXPECT_TRUE(hooks_->Calls().empty());
 }
 
-// Across the simulated process boundary, on an IPC thread, with the caller's identity logged.
+// Across the process boundary, on an IPC thread, with the caller's identity logged.
 TEST_F(CallbackTest, DataChannelReachesItsHooks)
 {
     const std::string bytes("hello\0world", 11);
-    auto deliver = [this](uint32_t subServiceType, const Body &body) {
-        MessageParcel data;
-        MessageParcel reply;
-        TarnbyEmulator::WriteCallbackToken(data);
-        WriteServiceCode(data, 103, subServiceType, 21, 0xFFFFFFFF, 23);
-        body(data);
-        EXPECT_EQ(TarnbyEmulator::SendCallback(HostIpc::GetProxy(hooks_), 101, data, &reply), 0);
-        return ReplyValues(reply);
-    };
+    viaProxy_ = true;
     HostIpc::SetThreadIdentity(4321, 8765);
-    EXPECT_EQ(deliver(1, Fields(-7)), std::vector<int32_t>{0});
+    EXPECT_EQ(Deliver(101, 103, 1, Fields(-7)), 0);
     HostIpc::ClearThreadIdentity();
-    auto block = [&bytes](MessageParcel &data) { data.WriteUnpadBuffer(bytes.data(), bytes.size()); };
-    EXPECT_EQ(deliver(3, Fields(9, 11u, block)), std::vector<int32_t>{0});
-    EXPECT_EQ(deliver(3, Fields(9, 64u)), std::vector<int32_t>{0});
-    EXPECT_EQ(deliver(2, Fields(1)), std::vector<int32_t>{0});
+    EXPECT_EQ(ReplyValues(reply_), std::vector<int32_t>{0});
+    EXPECT_EQ(Deliver(101, 103, 3, Fields(9, 11u, Unpadded(bytes))), 0);
+    EXPECT_EQ(ReplyValues(reply_), std::vector<int32_t>{0});
+    EXPECT_EQ(Deliver(101, 103, 3, Fields(9, 64u)), 0);
+    EXPECT_EQ(Deliver(101, 103, 2, Fields(1)), 0);
+    EXPECT_EQ(ReplyValues(reply_), std::vector<int32_t>{0});
     EXPECT_EQ(hooks_->Calls(), Calls({"OnDataReceiverReady(-7)", "OnDataReceived(9, " + bytes + ", 11)",
                                       "OnDataReceived(9, null, 64)"}));
     // Across a real socket the kernel tells the caller's identity; the simulated boundary carries the one played.
@@ -239,7 +239,7 @@ TEST_F(CallbackTest, DeviceConnectSubTypesReadTheirFieldsAndAnswerInTheReply)
     EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "resultCode = 1004720004, result = 320017"));
     EXPECT_TRUE(
         logs_.Logged(LOG_INFO, "TRBYCallback",
-                     "serviceType = 9, subServiceType = 506, operateCode = 1, subOperateCode = 2, command = 3"));
+                     "serviceType = 9, subServiceType = 506, operateCode = 21, subOperateCode = -1, command = 23"));
     EXPECT_EQ(Connect(501, Fields(THREE_NAMES, 1)), 1005);
     EXPECT_EQ(reply_.GetDataSize(), 0u);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "Unsupport type"));
@@ -307,11 +307,8 @@ TEST_F(CallbackTest, DescriptorIsPutIntoTheExtraInfoAsTheReceiversOwn)
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     const std::string sent = R"({"fd":0,"name":"cam","list":[1,2]})";
-    MessageParcel data;
-    TarnbyEmulator::WriteCallbackToken(data);
-    WriteServiceCode(data, 9, 504);
-    StateChange(sent, true, fds[1])(data);
-    ASSERT_EQ(TarnbyEmulator::SendCallback(HostIpc::GetProxy(hooks_), 501, data), 0);
+    viaProxy_ = true;
+    ASSERT_EQ(Connect(504, StateChange(sent, true, fds[1])), 0);
     std::string extra = hooks_->Calls().at(0);
     extra = extra.substr(extra.find("beta, ") + 6);
     extra = extra.substr(0, extra.rfind(", 11, -22)"));

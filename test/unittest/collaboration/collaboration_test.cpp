@@ -1,6 +1,4 @@
-// Collaboration front as the service sees it: every request decoded by the emulator field by field, the start's
-// answer through its inner callback (before or after the reply, refused, never, late, concurrent), the failures of
-// the library's own, and the session callback fed with hand-built parcels.
+// The collaboration front as the service sees it, the start's answer through its inner callback, the session callback.
 #include <gtest/gtest.h>
 
 #include <algorithm>

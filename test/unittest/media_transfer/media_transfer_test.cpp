@@ -1,5 +1,4 @@
-// Audio and surface transfer fronts as the service sees them, the death recipient's rules, and the service's death
-// from the kill to the caller's callback and a fresh lookup.
+// Audio and surface transfer fronts as the service sees them, the death recipient, and the service's death.
 #include <gtest/gtest.h>
 
 #include <cstdio>

@@ -1,6 +1,5 @@
-// The one-shot reply wait: an answer wakes every waiter, an early answer is kept, a wait without an answer runs out.
-// Waits end at once (time 0, an answer already there) or last until an answer comes; a broken wake-up shows as a
-// hang, which the test's time limit turns into a failure. Nothing here asserts on a duration.
+// The one-shot reply wait. Waits end at once (time 0, an answer already there) or last until an answer comes; a broken
+// wake-up shows as a hang, which the test's time limit turns into a failure. Nothing here asserts on a duration.
 #include <gtest/gtest.h>
 
 #include <thread>

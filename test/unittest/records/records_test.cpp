@@ -1,6 +1,4 @@
-// The records: each one's bytes written out by hand, read back and written again to the same bytes, and failing at
-// every cut with its one line; then what each record does beyond its layout (short parcels, bounds, keys, filters,
-// masked identifiers, failed allocations).
+// The records: bytes written out by hand, read back, written again, and failing at every cut with their one line.
 #include <gtest/gtest.h>
 
 #include <algorithm>
