@@ -6,22 +6,17 @@
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "callback_skeleton.h"
 
 namespace OHOS::TarnbyTest {
-// A short fingerprint of a byte block, to compare large blocks in one line.
+// A byte block in one line: itself when short, else a hash of it.
 inline std::string Fingerprint(const char *bytes, size_t size)
 {
-    if (bytes == nullptr) {
-        return "null";
-    }
-    uint32_t hash = 2166136261u;
-    for (size_t i = 0; i < size; ++i) {
-        hash = (hash ^ static_cast<uint8_t>(bytes[i])) * 16777619u;
-    }
-    return size <= 12 ? std::string(bytes, size) : "#" + std::to_string(hash);
+    std::string_view block = bytes == nullptr ? "null" : std::string_view(bytes, size);
+    return block.size() <= 12 ? std::string(block) : "#" + std::to_string(std::hash<std::string_view>()(block));
 }
 
 class HookRecorder : public Tarnby::CallbackSkeleton {

@@ -83,13 +83,12 @@ public:
             return record.level == level && record.tag == tag && record.domain == domain && record.type == LOG_CORE;
         });
     }
-    // The function named in the prefix of the first line whose message is `message`, or "".
+    // The function named in the prefix ("[file:line]function# ") of the first line whose message is `message`, or "".
     std::string FunctionOf(const std::string &message) const
     {
         HiLogRecord record;
-        size_t close = Find(message, &record) ? record.text.find(']') : std::string::npos;
-        size_t mark = record.text.find("# ");
-        return close < mark && mark != std::string::npos ? record.text.substr(close + 1, mark - close - 1) : "";
+        std::string text = Find(message, &record) ? record.text : "]# ";
+        return text.substr(text.find(']') + 1, text.find("# ") - text.find(']') - 1);
     }
     // True if any record's full text contains `fragment`.
     bool Contains(const std::string &fragment) const

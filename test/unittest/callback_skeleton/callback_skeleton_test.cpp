@@ -334,12 +334,9 @@ TEST_F(CallbackTest, DescriptorIsPutIntoTheExtraInfoAsTheReceiversOwn)
 TEST_F(CallbackTest, SurfaceEventsCarryTheirCodeOnlyWhenTheSubTypeSaysSo)
 {
     for (uint32_t eventType : {40001u, 40002u, 10001u, 10002u, 40003u}) {
-        MessageParcel data;
-        TarnbyEmulator::WriteSurfaceEvent(data, eventType, 77, "extra");
-        MessageOption option;
         bool known = eventType == 40001 || eventType == 40002 || eventType == 10001;
-        reply_.FlushBuffer();
-        EXPECT_EQ(hooks_->OnRemoteRequest(601, data, reply_, option), known ? 17 : 1005);
+        EXPECT_EQ(Deliver(601, 105, eventType, eventType == 10001 ? Fields(77u, "extra") : Fields("extra")),
+                  known ? 17 : 1005);
         EXPECT_EQ(ReplyValues(reply_), known ? std::vector<int32_t>{17} : std::vector<int32_t>{});
     }
     EXPECT_EQ(hooks_->Calls(),
@@ -358,9 +355,9 @@ TEST(ExtraInfoJsonTest, FdIsFoundAndSetOnlyInAnObject)
     const std::string deep = R"({"fd":)" + std::string(1000, '[') + std::string(1000, ']') + "}";
     std::string otherKey = R"({"fdx":1})";
     EXPECT_FALSE(VeskorJsonUtils::IsFdExist(otherKey));
-    for (std::string no : {std::string(), std::string("[1,2]"), std::string(R"([{"fd":1}])"), std::string(R"("fd")"),
-                           std::string("42"), std::string(R"({"fd": )"), std::string("{'fd':1}"),
-                           std::string("not json at all"), std::string("null"), deep, std::string(100000, '[')}) {
+    for (std::string no :
+         std::vector<std::string>{"", "[1,2]", R"([{"fd":1}])", R"("fd")", "42", R"({"fd": )", "{'fd':1}",
+                                  "not json at all", "null", deep, std::string(100000, '[')}) {
         SCOPED_TRACE(no.substr(0, 20));
         EXPECT_FALSE(VeskorJsonUtils::IsFdExist(no));
         EXPECT_EQ(VeskorJsonUtils::AddFdToExtraInfo(no, 37), no);
@@ -371,6 +368,7 @@ TEST(ExtraInfoJsonTest, FdIsFoundAndSetOnlyInAnObject)
     EXPECT_FALSE(JsonUtils::StringToJsonInternal(deep, &root));
     EXPECT_FALSE(JsonUtils::StringToJsonInternal(std::string(100000, '['), &root));
 }
+
 TEST(CallbackLifetimeTest, CreationDestructionAndTheDefaultEventHookAreLogged)
 {
     LogCapture logs;

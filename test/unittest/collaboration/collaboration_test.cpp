@@ -68,9 +68,6 @@ protected:
     }
     void TearDown() override
     {
-        for (auto &thread : threads_) {
-            thread.join();
-        }
         Tarnby::Internal::SetStartAnswerWait(Tarnby::Internal::START_ANSWER_WAIT);
         ServiceTest::TearDown();
     }
@@ -89,8 +86,6 @@ protected:
     {
         return Eventually([this, count, &line] { return logs_.Count(line) >= count; });
     }
-
-    std::vector<std::thread> threads_;
 };
 
 struct RequestCase {
@@ -226,22 +221,20 @@ TEST_F(CollaborationTest, MissingServiceAndFailedSendAreReportedWithoutWaiting)
 {
     auto callback = sptr<SessionHooks>::MakeSptr();
     auto everyOperation = [&] {
-        std::vector<int32_t> results = {g_ability.StartCollaboration(1, Peer(), "x").first,
-                                        g_ability.StartCollaboration(1, Peer()).first,
-                                        g_ability.StartCollaboration("b", "a", Peer(), "x").first,
-                                        g_ability.StartCollaboration(Peer(), Peer(), "abc", 3).first,
-                                        g_ability.RegisterCollaborationCallback(Peer(), callback),
-                                        g_ability.UnRegisterCollaborationCallback(Peer()),
-                                        g_ability.SendCollaborationData(1, "abc", 3),
-                                        g_ability.StopCollaboration(1)};
-        return results;
+        return std::vector<int32_t>{g_ability.StartCollaboration(1, Peer(), "x").first,
+                                    g_ability.StartCollaboration(1, Peer()).first,
+                                    g_ability.StartCollaboration("b", "a", Peer(), "x").first,
+                                    g_ability.StartCollaboration(Peer(), Peer(), "abc", 3).first,
+                                    g_ability.RegisterCollaborationCallback(Peer(), callback),
+                                    g_ability.UnRegisterCollaborationCallback(Peer()),
+                                    g_ability.SendCollaborationData(1, "abc", 3),
+                                    g_ability.StopCollaboration(1)};
     };
     ScriptTransportFailure();
     EXPECT_EQ(everyOperation(), std::vector<int32_t>(8, 461374453));
     EXPECT_EQ(logs_.Count("send request to Tarnby failed"), 8u);
     EXPECT_EQ(RequestCount(), 8u);
-    HostSamgr::SetManagerAvailable(false);
-    Tarnby::TarnbyProxy::DestoryInstance();
+    RemoveService();
     EXPECT_EQ(everyOperation(), std::vector<int32_t>(8, 1012));
     EXPECT_EQ(logs_.Count("Tarnby dead"), 8u);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "Tarnby dead"));
@@ -251,7 +244,8 @@ TEST_F(CollaborationTest, MissingServiceAndFailedSendAreReportedWithoutWaiting)
 
 TEST_F(CollaborationTest, AnswerAfterTheReplyWakesTheCallerAndRefusedAnswersDoNot)
 {
-    Script([this](const DecodedRequest &request) {
+    std::thread answerer;
+    Script([this, &answerer](const DecodedRequest &request) {
         sptr<IRemoteObject> inner = InnerCallbackOf(request);
         // Neither of these is an answer: a wrong request code, then the service's own token.
         EXPECT_EQ(AnswerStart(inner, {1, 2}, 104), 1001);
@@ -260,10 +254,11 @@ TEST_F(CollaborationTest, AnswerAfterTheReplyWakesTheCallerAndRefusedAnswersDoNo
         foreign.WriteInt32(3);
         foreign.WriteInt32(4);
         EXPECT_EQ(TarnbyEmulator::SendCallback(inner, 103, foreign), 1010);
-        threads_.emplace_back([this, inner] { EXPECT_EQ(CallersWaiting(1) ? AnswerStart(inner, {-3, 88}) : -1, 0); });
+        answerer = std::thread([this, inner] { EXPECT_EQ(CallersWaiting(1) ? AnswerStart(inner, {-3, 88}) : -1, 0); });
         return std::vector<int32_t>{0};
     });
     EXPECT_EQ(g_ability.StartCollaboration(5520, Peer(), ""), Answer(-3, 88));
+    answerer.join();
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "collaboration ability inner callback code is 104"));
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback",
                              "receive wrong interface token = ohos.ITarnby.ITarnbyService, expect " +

@@ -1,4 +1,4 @@
-// The service emulator by itself (refusals, decoder, hook, event log) and the demo run as a user runs it.
+// The service emulator by itself (refusals, hook, event log) and the demo run as a user runs it.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -64,19 +64,6 @@ TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
     EXPECT_EQ(Answer(101, [](MessageParcel &d) { d.WriteInterfaceToken(CALLBACK_TOKEN); }), EMU_ERR_WRONG_TOKEN);
     EXPECT_EQ(emulator_.EventsOfKind("request.rejected").size(), std::size(truncated) + 3);
     EXPECT_TRUE(emulator_.Sessions().empty());
-}
-
-// The decoder works on any parcel by itself, e.g. one a fuzzer made, and stops at the first missing field.
-TEST(RequestDecoderTest, ReadsABareParcelFieldByField)
-{
-    MessageParcel data;
-    Envelope(105, 17,
-             Fields(3, "a", "b", "c", "d", 9, 200u, [](MessageParcel &d) { d.WriteUnpadBuffer("xy", 2); }))(data);
-    DecodedRequest request = DecodeRequest(601, data);
-    EXPECT_EQ(request.operation, "InitSurfaceTransfer");
-    EXPECT_EQ(request.Body(), R"(3 "a" "b" "c" "d" 9 200u)");
-    EXPECT_EQ(request.problem, "data missing");
-    EXPECT_EQ(request.leftover, 4u);
 }
 
 TEST_F(EmulatorTest, HookAnswersInsteadOfTheEmulatorUntilRemoved)
