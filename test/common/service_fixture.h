@@ -63,10 +63,6 @@ protected:
         EXPECT_EQ(requests.size(), 1u);
         return requests.size() == 1 ? requests.front() : DecodedRequest{};
     }
-    size_t RequestCount() const
-    {
-        return emulator_.Requests().size();
-    }
 
     // Polls `done` (work of IPC threads) for up to five seconds.
     static bool Eventually(const std::function<bool()> &done)

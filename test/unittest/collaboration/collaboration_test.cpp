@@ -212,7 +212,7 @@ TEST_F(CollaborationTest, ArgumentsTheLibraryRefusesSendNothing)
     MessageOption option(MessageOption::TF_SYNC, 8);
     EXPECT_EQ(Tarnby::SendReqSync(nullptr, data, reply, option), Answer(1001, 0)); // no inner callback
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "callback is nullptr"));
-    EXPECT_EQ(RequestCount(), 0u);
+    EXPECT_EQ(emulator_.Requests().size(), 0u);
     EXPECT_EQ(logs_.FunctionOf("targetInfo write failed"), "RegisterCollaborationCallback");
 }
 
@@ -233,13 +233,13 @@ TEST_F(CollaborationTest, MissingServiceAndFailedSendAreReportedWithoutWaiting)
     ScriptTransportFailure();
     EXPECT_EQ(everyOperation(), std::vector<int32_t>(8, 461374453));
     EXPECT_EQ(logs_.Count("send request to Tarnby failed"), 8u);
-    EXPECT_EQ(RequestCount(), 8u);
+    EXPECT_EQ(emulator_.Requests().size(), 8u);
     RemoveService();
     EXPECT_EQ(everyOperation(), std::vector<int32_t>(8, 1012));
     EXPECT_EQ(logs_.Count("Tarnby dead"), 8u);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "Tarnby dead"));
     EXPECT_EQ(logs_.Count("enter, time:5"), 0u);
-    EXPECT_EQ(RequestCount(), 8u);
+    EXPECT_EQ(emulator_.Requests().size(), 8u);
 }
 
 TEST_F(CollaborationTest, AnswerAfterTheReplyWakesTheCallerAndRefusedAnswersDoNot)

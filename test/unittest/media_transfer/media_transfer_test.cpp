@@ -16,7 +16,7 @@ using namespace Tarnby;
 constexpr int32_t SEND_FAILED = 461374453;
 const std::string OVERSIZED(210000, 'x'); // more than a request parcel may hold (200 KiB)
 const std::string DEVICE_BLOCK = "hello";
-std::string g_displayText = "display-text";
+const ScreenParam SCREEN{11, 12, 13, 14, 15};
 
 AudioTransferAbility &g_audio = AudioTransferAbility::GetInstance();
 SurfaceTransferAbility &g_surface = SurfaceTransferAbility::GetInstance();
@@ -73,13 +73,11 @@ const MediaCase MEDIA_CASES[] = {
     {"CastOperation", [] { return g_surface.CastOperation(4, static_cast<CastOperationType>(-6)); }, 601, 105, 21,
      "4 -6"},
     {"SetScreenParam",
-     [] {
-         auto param = std::make_shared<ScreenParam>(ScreenParam{11, 12, 13, 14, 15});
-         return g_surface.SetScreenParam(4, static_cast<CastSetScreenParamType>(2), param);
-     },
-     601, 105, 22, "4 2 11u 12u 13u 14u 15u"},
-    {"SetVirtualDisplayParam", [] { return g_surface.SetVirtualDisplayParam(4, 99, g_displayText); }, 601, 105, 29,
-     R"(4 99u "display-text")"},
+     [] { return g_surface.SetScreenParam(4, CastSetScreenParamType(2), std::make_shared<ScreenParam>(SCREEN)); }, 601,
+     105, 22, "4 2 11u 12u 13u 14u 15u"},
+    {"SetVirtualDisplayParam",
+     [text = std::string("display-text")]() mutable { return g_surface.SetVirtualDisplayParam(4, 99, text); }, 601, 105,
+     29, R"(4 99u "display-text")"},
 };
 INSTANTIATE_TEST_SUITE_P(Media, MediaRequestTest, testing::ValuesIn(MEDIA_CASES),
                          [](const auto &info) { return std::string(info.param.name); });
@@ -96,7 +94,7 @@ TEST_F(MediaTest, AudioInitRefusesBeforeSendingAndReturnsTheTwoAnswers)
     EXPECT_EQ(g_audio.InitAudioTransfer("p", OVERSIZED, BusinessType(1)), std::make_pair(1007, 1007));
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "devName write failed"));
     EXPECT_EQ(g_audio.StartAudioTransfer("peer-network-0123", "living-room-speaker", BusinessType(2), 41), 461440999);
-    EXPECT_EQ(RequestCount(), 0u);
+    EXPECT_EQ(emulator_.Requests().size(), 0u);
     Script([](const DecodedRequest &) { return std::vector<int32_t>{-2, 41}; });
     EXPECT_EQ(g_audio.InitAudioTransfer("peer-network-0123", "living-room-speaker", BusinessType(3)),
               std::make_pair(-2, 41));
@@ -137,7 +135,7 @@ TEST_F(MediaTest, SurfaceInitSendsTheIdTheDeviceAndTheCallback)
     emptyBlock->dataLen = 0; // the block has no length of its own, and an empty one is refused
     EXPECT_EQ(g_surface.InitSurfaceTransfer(1, emptyBlock, callback), 1007);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "remote device write failed"));
-    EXPECT_EQ(RequestCount(), 0u);
+    EXPECT_EQ(emulator_.Requests().size(), 0u);
     Script([](const DecodedRequest &) { return std::vector<int32_t>{0}; });
     EXPECT_EQ(g_surface.InitSurfaceTransfer(9, Device(), callback), 0);
     DecodedRequest request = OnlyRequest();

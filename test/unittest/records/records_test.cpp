@@ -148,14 +148,14 @@ const RecordCase RECORDS[] = {
            "accountType:7",
            "TRBYClient")},
     {"DeviceFilter",
-     [] {
-         return sptr<DeviceFilter>::MakeSptr(std::vector<uint32_t>{14, 17, 156}, std::vector{1u, 2u});
+     []() -> sptr<Parcelable> {
+         return new DeviceFilter({14, 17, 156}, {1, 2});
      },
      Wire().Vec<uint32_t>({14, 17, 156}).Vec<uint32_t>({1, 2}), Reader<DeviceFilter>(),
      Fails("write failed, dt:3 at:2", "TRBYClient")},
     {"ServiceFilter",
-     [] {
-         return sptr<ServiceFilter>::MakeSptr("cast", std::vector<std::string>{"PHONE", "PAD"});
+     []() -> sptr<Parcelable> {
+         return new ServiceFilter("cast", {"PHONE", "PAD"});
      },
      Wire().Str("cast").Vec<std::string>({"PHONE", "PAD"}), Reader<ServiceFilter>(),
      Fails("write ServiceFilter failed: serviceName_ = cast", "TRBYClient")},

@@ -10,7 +10,6 @@
 
 #include "audio_transfer_ability.h"
 #include "collaboration_ability.h"
-#include "iservice_registry.h"
 #include "service_fixture.h"
 #include "wire.h"
 
@@ -214,24 +213,19 @@ Body Envelope(uint32_t serviceType, uint32_t sub, const Body &body = Fields())
     };
 }
 
-class EmulatorTest : public ServiceTest {
-protected:
-    // A hand-made request to whatever is registered under the Tarnby id: the int32 at the head of the reply, or the
-    // send status when there is none.
-    int32_t Answer(uint32_t code, const Body &fill)
-    {
-        auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+using EmulatorTest = ServiceTest;
+
+TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
+{
+    // A hand-made request: the int32 at the head of the reply, or the send status when there is none.
+    auto Answer = [this](uint32_t code, const Body &fill) {
         MessageParcel data;
         MessageParcel reply;
         MessageOption option;
         fill(data);
-        int status = manager->GetSystemAbility(TARNBY_SERVICE_ID)->SendRequest(code, data, reply, option);
+        int status = emulator_.ServiceObject()->SendRequest(code, data, reply, option);
         return reply.GetDataSize() == 0 ? status : reply.ReadInt32();
-    }
-};
-
-TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
-{
+    };
     const std::pair<Body, std::string> truncated[] = {
         {Fields([](MessageParcel &d) { d.WriteInterfaceToken(SERVICE_TOKEN); }, 103u),
          "request 101: subServiceType missing"},
