@@ -85,10 +85,6 @@ protected:
         MessageOption option;
         return hooks_->OnRemoteRequest(code, data, reply_, option);
     }
-    int32_t Connect(uint32_t subServiceType, const Body &body)
-    {
-        return Deliver(501, 9, subServiceType, body);
-    }
     // A raw-data call (101, 102/105): code, second, the length, then what `block` writes.
     int32_t RawData(uint32_t dataLen, const Body &block)
     {
@@ -102,7 +98,7 @@ protected:
 };
 
 // Any token but the callback's own, whatever the code: 1010, an empty reply, no hook, nothing else read or logged.
-TEST_F(CallbackTest, WrongTokenIsRefusedBeforeTheCodeIsLookedAt)
+TEST_F(CallbackTest, TokenIsCheckedFirstThenTheCodeChoosesTheFamily)
 {
     const std::pair<std::u16string, std::string> wrongTokens[] = {
         {u"ohos.ITarnby.ITarnbyService", "ohos.ITarnby.ITarnbyService"},
@@ -121,11 +117,7 @@ TEST_F(CallbackTest, WrongTokenIsRefusedBeforeTheCodeIsLookedAt)
             EXPECT_FALSE(logs_.Contains("serviceType =") || logs_.Contains("revice unknown code"));
         }
     }
-    EXPECT_TRUE(hooks_->Calls().empty());
-}
-
-TEST_F(CallbackTest, UnknownCodesGoToThePlatformDefaultAndPlaceholdersReadOneSubCode)
-{
+    // Unknown codes go to the platform's default; the placeholder families read one sub code.
     for (uint32_t code : {0u, 2u, 102u, 500u, 602u}) {
         EXPECT_EQ(Deliver(code, 103, 1, Fields(5)), IPC_STUB_UNKNOW_TRANS_ERR);
         EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "revice unknown code, code is " + std::to_string(code)));
@@ -178,12 +170,21 @@ TEST_F(CallbackTest, EventsReachOnEventAndOtherServiceCodesAnswerNothing)
         EXPECT_EQ(Deliver(101, 101, sub, Fields(7u, sub, "text")), event ? 17 : 0);
         EXPECT_EQ(ReplyValues(reply_), event ? std::vector<int32_t>{17} : std::vector<int32_t>{});
     }
-    EXPECT_EQ(hooks_->Calls(), Calls({"OnEvent(7, 103, text)", "OnEvent(7, 104, text)", "OnEvent(7, 106, text)"}));
+    // Surface events (601) carry their code only when the sub type says so.
+    for (uint32_t eventType : {40001u, 40002u, 10001u, 10002u, 40003u}) {
+        bool known = eventType == 40001 || eventType == 40002 || eventType == 10001;
+        EXPECT_EQ(Deliver(601, 105, eventType, eventType == 10001 ? Fields(77u, "extra") : Fields("extra")),
+                  known ? 17 : 1005);
+        EXPECT_EQ(ReplyValues(reply_), known ? std::vector<int32_t>{17} : std::vector<int32_t>{});
+    }
+    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "---code = 77, eventId = 10001"));
     for (const auto &[serviceType, sub] : {std::pair{102u, 104u}, {100u, 1u}, {501u, 502u}}) {
         EXPECT_EQ(Deliver(101, serviceType, sub, Fields()), 0);
         EXPECT_EQ(reply_.GetDataSize(), 0u);
     }
-    EXPECT_EQ(hooks_->Calls().size(), 3u);
+    EXPECT_EQ(hooks_->Calls(),
+              Calls({"OnEvent(7, 103, text)", "OnEvent(7, 104, text)", "OnEvent(7, 106, text)",
+                     "OnEvent(0, 40001, extra)", "OnEvent(0, 40002, extra)", "OnEvent(77, 10001, extra)"}));
 }
 
 // The raw-data block travels after its length; the hook gets its own copy. Up to 128 MiB, nothing beyond, and a
@@ -217,49 +218,46 @@ TEST_F(CallbackTest, RawDataIsCopiedForTheHookWithinItsBound)
     EXPECT_EQ(hooks_->Calls().size(), calls);
 }
 
-TEST_F(CallbackTest, DeviceConnectSubTypesReadTheirFieldsAndAnswerInTheReply)
+TEST_F(CallbackTest, DeviceConnectSubTypesReadTheirFieldsAndTheStateListIsBounded)
 {
-    EXPECT_EQ(Connect(502, Fields("key", 3u)), 17);
+    EXPECT_EQ(Deliver(501, 9, 502, Fields("key", 3u)), 17);
     EXPECT_EQ(ReplyValues(reply_), std::vector<int32_t>{17});
-    EXPECT_EQ(Connect(505, Fields(THREE_NAMES, 4)), 0);
+    EXPECT_EQ(Deliver(501, 9, 505, Fields(THREE_NAMES, 4)), 0);
     EXPECT_EQ(ReplyValues(reply_), std::vector<int32_t>{0}); // the hooks' answers are not the reply here
-    EXPECT_EQ(Connect(507, Fields(THREE_NAMES, 4)), 0);
+    EXPECT_EQ(Deliver(501, 9, 507, Fields(THREE_NAMES, 4)), 0);
     // 506: the service's result is mapped before the hook; unlisted ones (also 320002 between listed ones) give 0.
     const std::pair<int32_t, int32_t> results[] = {{320001, 1004720001}, {320003, 1004720002}, {320016, 1004720003},
                                                    {320017, 1004720004}, {320018, 1004720005}, {320002, 0},
                                                    {-320001, 0}};
     for (const auto &[serviceResult, resultCode] : results) {
-        Connect(506, Fields(THREE_NAMES, 8, serviceResult));
+        Deliver(501, 9, 506, Fields(THREE_NAMES, 8, serviceResult));
         EXPECT_EQ(hooks_->Calls().back(), "ApplyResult(first, second, third, 8, " + std::to_string(resultCode) + ")");
     }
-    Calls calls = hooks_->Calls();
-    EXPECT_EQ(Calls(calls.begin(), calls.begin() + 4),
+    Calls first = hooks_->Calls();
+    EXPECT_EQ(Calls(first.begin(), first.begin() + 4),
               Calls({"DisconnectDevice(key, 3)", "OnDisconnected(first, 4)", "OnDisconnected(second, third)",
                      "Stop(second, first, third, 4)"}));
     EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "resultCode = 1004720004, result = 320017"));
     EXPECT_TRUE(
         logs_.Logged(LOG_INFO, "TRBYCallback",
                      "serviceType = 9, subServiceType = 506, operateCode = 21, subOperateCode = -1, command = 23"));
-    EXPECT_EQ(Connect(501, Fields(THREE_NAMES, 1)), 1005);
+    EXPECT_EQ(Deliver(501, 9, 501, Fields(THREE_NAMES, 1)), 1005);
     EXPECT_EQ(reply_.GetDataSize(), 0u);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "Unsupport type"));
-}
-
-// The state list of 503: a uint32 vector, a count, then per element a presence flag and a ServiceStateInfo.
-TEST_F(CallbackTest, StateListIsBoundedByWhatTheParcelHolds)
-{
-    EXPECT_EQ(
-        Connect(503, Fields(-2, std::vector<uint32_t>{1, 2, 3}, 3u, 1, "device-a", 1u, 2u, 0, 1, "device-c", 5u, 6u)),
-        17);
+    // The state list of 503: a uint32 vector, a count, then per element a presence flag and a ServiceStateInfo.
+    EXPECT_EQ(Deliver(501, 9, 503,
+                      Fields(-2, std::vector<uint32_t>{1, 2, 3}, 3u, 1, "device-a", 1u, 2u, 0, 1, "device-c", 5u, 6u)),
+              17);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYDeviceDetect", "ReadStrongParcelable nullptr"));
     // Four int32 zeros after the count: 16 readable bytes allow a count of 2 and refuse 3.
-    EXPECT_EQ(Connect(503, Fields(0, std::vector<uint32_t>{}, 2u, 0, 0, 0, 0)), 17);
-    EXPECT_EQ(Connect(503, Fields(0, std::vector<uint32_t>{}, 3u, 0, 0, 0, 0)), 1001);
+    EXPECT_EQ(Deliver(501, 9, 503, Fields(0, std::vector<uint32_t>{}, 2u, 0, 0, 0, 0)), 17);
+    EXPECT_EQ(Deliver(501, 9, 503, Fields(0, std::vector<uint32_t>{}, 3u, 0, 0, 0, 0)), 1001);
     EXPECT_EQ(reply_.GetDataSize(), 0u);
     EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "Failed to read vector, size = 3, readAbleSize = 2"));
-    EXPECT_EQ(Connect(503, Fields(0, 100)), 1001);
+    EXPECT_EQ(Deliver(501, 9, 503, Fields(0, 100)), 1001);
     EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "ReadUInt32Vector failed"));
-    EXPECT_EQ(hooks_->Calls(),
+    Calls calls = hooks_->Calls();
+    EXPECT_EQ(Calls(calls.end() - 2, calls.end()),
               Calls({"StateNotify(-2, [1 2 3], [device-a/1/2 device-c/5/6])", "StateNotify(0, [], [])"}));
 }
 
@@ -267,7 +265,7 @@ TEST_F(CallbackTest, StateListIsBoundedByWhatTheParcelHolds)
 // without "fd", adds nothing. Extra info the parsers cannot use adds nothing either and leaves no descriptor open:
 // nesting past jsoncpp's limit (the parser throws), and a trailing comma (the check accepts it, the reader that sets
 // "fd" does not).
-TEST_F(CallbackTest, StateChangeHandsTheExtraInfoOverAsSent)
+TEST_F(CallbackTest, StateChangeHandsTheExtraInfoOverAsSentWithTheReceiversDescriptor)
 {
     auto openDescriptors = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
@@ -283,7 +281,7 @@ TEST_F(CallbackTest, StateChangeHandsTheExtraInfoOverAsSent)
                                        {R"({"fd":0,})", true}}) {
         SCOPED_TRACE(extra.substr(0, 20));
         auto before = openDescriptors();
-        EXPECT_EQ(Connect(504, StateChange(extra, hasFd)), 0);
+        EXPECT_EQ(Deliver(501, 9, 504, StateChange(extra, hasFd)), 0);
         Calls calls = hooks_->Calls();
         EXPECT_EQ(Calls(calls.end() - 2, calls.end()),
                   Calls({"OnServiceStateChanged(alpha, beta, " + extra + ", 11, -22)",
@@ -292,24 +290,21 @@ TEST_F(CallbackTest, StateChangeHandsTheExtraInfoOverAsSent)
         EXPECT_TRUE(extra == R"({"fd":0,})" || !logs_.Contains("fd: ")); // only the comma's descriptor is read
     }
     size_t calls = hooks_->Calls().size();
-    EXPECT_EQ(Connect(504, Fields("alpha", "beta", 11, -22, 4u, Raw("abcde", 5), false)), 1001); // byte 4 is not 0
+    EXPECT_EQ(Deliver(501, 9, 504, Fields("alpha", "beta", 11, -22, 4u, Raw("abcde", 5), false)),
+              1001); // byte 4 is not 0
     EXPECT_EQ(ReplyValues(reply_), std::vector<int32_t>{1001});
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "string format invalid,length is 4"));
-    EXPECT_EQ(Connect(504, Fields("alpha", "beta", 11, -22, 134217729u, Raw("{}", 3), false)), 1001);
+    EXPECT_EQ(Deliver(501, 9, 504, Fields("alpha", "beta", 11, -22, 134217729u, Raw("{}", 3), false)), 1001);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "Read raw data failed or length is 134217729"));
     EXPECT_EQ(hooks_->Calls().size(), calls);
-}
-
-// Through a proxy, as from the service's process: the descriptor arrives as the receiver's own, and its number is put
-// into the extra info in jsoncpp's styled form, the other members kept.
-TEST_F(CallbackTest, DescriptorIsPutIntoTheExtraInfoAsTheReceiversOwn)
-{
+    // Through a proxy, as from the service's process: the descriptor arrives as the receiver's own, and its number is
+    // put into the extra info in jsoncpp's styled form, the other members kept.
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     const std::string sent = R"({"fd":0,"name":"cam","list":[1,2]})";
     viaProxy_ = true;
-    ASSERT_EQ(Connect(504, StateChange(sent, true, fds[1])), 0);
-    std::string extra = hooks_->Calls().at(0);
+    ASSERT_EQ(Deliver(501, 9, 504, StateChange(sent, true, fds[1])), 0);
+    std::string extra = hooks_->Calls().end()[-2];
     extra = extra.substr(extra.find("beta, ") + 6);
     extra = extra.substr(0, extra.rfind(", 11, -22)"));
     Json::Value root;
@@ -329,19 +324,6 @@ TEST_F(CallbackTest, DescriptorIsPutIntoTheExtraInfoAsTheReceiversOwn)
     close(received);
     close(fds[0]);
     close(fds[1]);
-}
-
-TEST_F(CallbackTest, SurfaceEventsCarryTheirCodeOnlyWhenTheSubTypeSaysSo)
-{
-    for (uint32_t eventType : {40001u, 40002u, 10001u, 10002u, 40003u}) {
-        bool known = eventType == 40001 || eventType == 40002 || eventType == 10001;
-        EXPECT_EQ(Deliver(601, 105, eventType, eventType == 10001 ? Fields(77u, "extra") : Fields("extra")),
-                  known ? 17 : 1005);
-        EXPECT_EQ(ReplyValues(reply_), known ? std::vector<int32_t>{17} : std::vector<int32_t>{});
-    }
-    EXPECT_EQ(hooks_->Calls(),
-              Calls({"OnEvent(0, 40001, extra)", "OnEvent(0, 40002, extra)", "OnEvent(77, 10001, extra)"}));
-    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "---code = 77, eventId = 10001"));
 }
 
 // Text the parsers cannot parse (also nesting past their limit, where both throw) is no use to the helpers.
