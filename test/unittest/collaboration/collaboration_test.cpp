@@ -183,7 +183,7 @@ TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndPassTheResultThrough
     }
 }
 
-TEST_F(CollaborationTest, ArgumentsTheLibraryRefusesSendNothing)
+TEST_F(CollaborationTest, RefusedArgumentsAFailedSendOrNoServiceSendNothingMoreAndWaitForNothing)
 {
     auto anywhere = sptr<TargetInfo>::MakeSptr(4700); // a system-ability start needs a device
     const std::string tooLarge(MAX_DATA_LEN + 1, 'q');
@@ -214,11 +214,7 @@ TEST_F(CollaborationTest, ArgumentsTheLibraryRefusesSendNothing)
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "callback is nullptr"));
     EXPECT_EQ(emulator_.Requests().size(), 0u);
     EXPECT_EQ(logs_.FunctionOf("targetInfo write failed"), "RegisterCollaborationCallback");
-}
-
-// Without a service, or when the send fails, every operation returns at once without waiting.
-TEST_F(CollaborationTest, MissingServiceAndFailedSendAreReportedWithoutWaiting)
-{
+    // Without a service, or when the send fails, every operation returns at once without waiting.
     auto callback = sptr<SessionHooks>::MakeSptr();
     auto everyOperation = [&] {
         return std::vector<int32_t>{g_ability.StartCollaboration(1, Peer(), "x").first,

@@ -106,25 +106,10 @@ TEST_F(MediaTest, AudioInitRefusesBeforeSendingAndReturnsTheTwoAnswers)
     EXPECT_EQ(g_audio.InitAudioTransfer(OVERSIZED, "d", BusinessType(1)), std::make_pair(1012, 1012));
 }
 
-// The surface requests are built whole before the service is looked up: a field that cannot be written wins.
-TEST_F(MediaTest, SurfaceFieldThatCannotBeWrittenIsReportedBeforeTheMissingService)
-{
-    RemoveService();
-    EXPECT_EQ(g_surface.StartSurfaceTransfer(4, OVERSIZED, "second"), 1007);
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "write StartSurfaceTransfer param failed"));
-    std::string text = OVERSIZED;
-    EXPECT_EQ(g_surface.SetVirtualDisplayParam(4, 1, text), 1007);
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "SetVirtualDisplayParam write failed"));
-    EXPECT_EQ(g_surface.SetScreenParam(4, CastSetScreenParamType(1), nullptr), 1007);
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "parcel write faile!"));
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "screen param write failed"));
-    EXPECT_EQ(logs_.FunctionOf("screen param write failed"), "SetScreenParam");
-    EXPECT_FALSE(logs_.Find("Tarnby dead"));
-}
-
-// Init sends the id, the device and the callback; what it refuses sends nothing. Unlike the other surface requests it
-// looks the service up first: an unwritable device then gives 1012.
-TEST_F(MediaTest, SurfaceInitSendsTheIdTheDeviceAndTheCallback)
+// Init sends the id, the device and the callback; what it refuses sends nothing. It looks the service up before it
+// writes (an unwritable device then gives 1012); the other surface requests are built whole before the lookup, so a
+// field that cannot be written wins over the missing service.
+TEST_F(MediaTest, SurfaceInitLooksUpBeforeWritingAndTheOtherRequestsAfter)
 {
     auto callback = sptr<HookRecorder>::MakeSptr();
     EXPECT_EQ(g_surface.InitSurfaceTransfer(1, nullptr, nullptr), 1018);
@@ -148,6 +133,17 @@ TEST_F(MediaTest, SurfaceInitSendsTheIdTheDeviceAndTheCallback)
     logs_.Clear();
     EXPECT_EQ(g_surface.InitSurfaceTransfer(1, emptyBlock, callback), 1012);
     EXPECT_FALSE(logs_.Find("remote device write failed"));
+    logs_.Clear();
+    EXPECT_EQ(g_surface.StartSurfaceTransfer(4, OVERSIZED, "second"), 1007);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "write StartSurfaceTransfer param failed"));
+    std::string text = OVERSIZED;
+    EXPECT_EQ(g_surface.SetVirtualDisplayParam(4, 1, text), 1007);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "SetVirtualDisplayParam write failed"));
+    EXPECT_EQ(g_surface.SetScreenParam(4, CastSetScreenParamType(1), nullptr), 1007);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "parcel write faile!"));
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYProxy", "screen param write failed"));
+    EXPECT_EQ(logs_.FunctionOf("screen param write failed"), "SetScreenParam");
+    EXPECT_FALSE(logs_.Find("Tarnby dead"));
 }
 
 TEST_F(MediaTest, DeathRecipientKeepsTheFirstCallbackAndForgetsItWithTheDeath)

@@ -248,7 +248,7 @@ TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
     EXPECT_TRUE(emulator_.Sessions().empty());
 }
 
-TEST_F(EmulatorTest, HookAnswersInsteadOfTheEmulatorUntilRemoved)
+TEST_F(EmulatorTest, HookAnswersInsteadOfTheEmulatorUntilRemovedAndTheEventLogKeepsTheLatest)
 {
     emulator_.SetRequestHook([](const DecodedRequest &request) -> std::optional<ScriptedReply> {
         if (request.operation == "StopCollaboration") {
@@ -263,11 +263,7 @@ TEST_F(EmulatorTest, HookAnswersInsteadOfTheEmulatorUntilRemoved)
     EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1), EMU_ERR_UNKNOWN_SESSION);
     EXPECT_EQ(emulator_.Requests().size(), 4u);
     EXPECT_TRUE(emulator_.WaitForRequests(4, 0ms));
-}
-
-// The event log keeps the latest 10,000 events, oldest first, whatever came before.
-TEST_F(EmulatorTest, EventLogKeepsTheLatestEvents)
-{
+    // The event log keeps the latest 10,000 events, oldest first, whatever came before.
     uint64_t first = emulator_.Events().back().sequence;
     for (int i = 0; i < 10005; ++i) {
         emulator_.PeerSendEvent(-1 - i, "x"); // logged as undelivered: an unknown session
