@@ -163,7 +163,7 @@ TEST_F(CallbackTest, DataChannelReachesItsHooks)
 }
 
 // Events are 101 with sub types 103, 104 and 106: code, id and text; anything else of the family answers nothing.
-TEST_F(CallbackTest, EventsReachOnEventAndOtherServiceCodesAnswerNothing)
+TEST_F(CallbackTest, EventsAndRawDataReachTheirHooks)
 {
     for (uint32_t sub : {103u, 104u, 106u, 105u, 102u, 107u}) {
         bool event = sub == 103 || sub == 104 || sub == 106;
@@ -185,12 +185,8 @@ TEST_F(CallbackTest, EventsReachOnEventAndOtherServiceCodesAnswerNothing)
     EXPECT_EQ(hooks_->Calls(),
               Calls({"OnEvent(7, 103, text)", "OnEvent(7, 104, text)", "OnEvent(7, 106, text)",
                      "OnEvent(0, 40001, extra)", "OnEvent(0, 40002, extra)", "OnEvent(77, 10001, extra)"}));
-}
-
-// The raw-data block travels after its length; the hook gets its own copy. Up to 128 MiB, nothing beyond, and a
-// length without its block costs no memory.
-TEST_F(CallbackTest, RawDataIsCopiedForTheHookWithinItsBound)
-{
+    // The raw-data block travels after its length; the hook gets its own copy. Up to 128 MiB, nothing beyond, and a
+    // length without its block costs no memory.
     for (size_t size : {size_t{100}, size_t{64 * 1024 + 3}, size_t{MAX_RAW_DATA}}) {
         std::string bytes = Pattern(size);
         EXPECT_EQ(RawData(size, Raw(bytes.data(), size)), 17);
@@ -285,7 +281,7 @@ TEST_F(CallbackTest, StateChangeHandsTheExtraInfoOverAsSentWithTheReceiversDescr
         Calls calls = hooks_->Calls();
         EXPECT_EQ(Calls(calls.end() - 2, calls.end()),
                   Calls({"OnServiceStateChanged(alpha, beta, " + extra + ", 11, -22)",
-                         "Context{-22, alpha, beta, " + extra + ", 11}"}));
+                         "Context(-22, alpha, beta, " + extra + ", 11)"}));
         EXPECT_EQ(openDescriptors(), before);
         EXPECT_TRUE(extra == R"({"fd":0,})" || !logs_.Contains("fd: ")); // only the comma's descriptor is read
     }

@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(EachOperation, SendOperationTest, testing::ValuesIn(SEN
 
 using ProxyLookupTest = ServiceTest;
 
-TEST_F(ProxyLookupTest, OneProxyIsKeptUntilDestroyedAndFailedLookupsKeepNothing)
+TEST_F(ProxyLookupTest, OneProxyIsKeptUntilDestroyedFailedLookupsKeepNothingAndFirstCallersShareOne)
 {
     size_t before = HostSamgr::GetSystemAbilityCallCount();
     sptr<ITarnbyService> first = TarnbyProxy::GetInstance();
@@ -174,11 +174,7 @@ TEST_F(ProxyLookupTest, OneProxyIsKeptUntilDestroyedAndFailedLookupsKeepNothing)
     HostSamgr::SetManagerAvailable(true);
     ASSERT_TRUE(emulator_.Start());
     EXPECT_NE(TarnbyProxy::GetInstance(), nullptr);
-}
-
-// Every round starts with no proxy and lets several threads ask at once: one lookup, one proxy for all of them.
-TEST_F(ProxyLookupTest, ConcurrentFirstCallersShareOneLookup)
-{
+    // Every round starts with no proxy and lets several threads ask at once: one lookup, one proxy for all of them.
     constexpr int threadCount = 4;
     for (int round = 0; round < 200; ++round) {
         TarnbyProxy::DestoryInstance();
