@@ -235,7 +235,7 @@ TEST(ResourceRequestTest, ListBoundsAndShortParcels)
     EXPECT_EQ(read->GetCommunicationRequest(), nullptr);
 }
 
-TEST(TargetInfoTest, KeysAccountsAndShortParcels)
+TEST(TargetInfoTest, KeysAccountsShortParcelsAndPickerResultsMissingARecord)
 {
     TargetInfo target("net", SYSTEM_ABILITY_TARGET, "bundle", "ability", -4700);
     const std::pair<int32_t, std::string> accounts[] = {{99, "0"}, {-5, "0"}, {100, "100"}, {INT32_MIN, "0"}};
@@ -261,11 +261,6 @@ TEST(TargetInfoTest, KeysAccountsAndShortParcels)
     LogCapture logs;
     EXPECT_FALSE(StartInfo(5, nullptr, "extra").Marshalling(parcel));
     EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYCollaboration", "failed marshall collaborationSessionId=5"));
-}
-
-TEST(PickerResultTest, AccessTypeThreeOrAMissingRecordIsRejectedAfterReading)
-{
-    LogCapture logs;
     Parcel three;
     PickerWire(3).LoadInto(three);
     EXPECT_EQ(PickerResult::Unmarshalling(three), nullptr);
