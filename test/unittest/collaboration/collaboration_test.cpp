@@ -144,7 +144,7 @@ INSTANTIATE_TEST_SUITE_P(Collaboration, StartRequestTest, testing::ValuesIn(REQU
                          [](const auto &info) { return std::string(info.param.name); });
 
 // Register, unregister, send and stop: their fields, the service's result passed through, and its failure line.
-TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndPassTheResultThrough)
+TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndMessagesReachTheirHooks)
 {
     auto callback = sptr<SessionHooks>::MakeSptr();
     struct Case {
@@ -181,8 +181,27 @@ TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndPassTheResultThrough
             EXPECT_EQ(errors, failureLogged ? 1u : 0u);
         }
     }
+    // The session callback reads type, session id, length and the bytes; only data (104) and events (105) reach a hook.
+    auto deliver = [&callback](int32_t type, uint32_t length, const std::string &bytes, uint32_t code = 103) {
+        MessageParcel data;
+        data.SetMaxCapacity(2 * MAX_DATA_LEN);
+        bool written = data.WriteInterfaceToken(CALLBACK_TOKEN) && data.WriteInt32(type) && data.WriteInt32(31) &&
+                       data.WriteUint32(length) && (bytes.empty() || data.WriteUnpadBuffer(bytes.data(), bytes.size()));
+        return written ? TarnbyEmulator::SendCallback(callback->AsObject(), code, data) : -1;
+    };
+    EXPECT_EQ(deliver(104, 5, "hello"), 0);
+    EXPECT_EQ(deliver(105, 2, "up"), 0);
+    EXPECT_EQ(deliver(105, 0, ""), 0);
+    EXPECT_EQ(deliver(106, 2, "no"), 0);
+    EXPECT_EQ(deliver(104, 8, "abc"), 0); // a short body: a null buffer with the length
+    EXPECT_EQ(deliver(105, MAX_DATA_LEN, LARGEST_DATA), 0);
+    EXPECT_EQ(deliver(105, MAX_DATA_LEN + 1, ""), 1001);
+    EXPECT_EQ(deliver(104, 1, "x", 104), 1001);
+    EXPECT_EQ(callback->calls, std::vector<std::string>({"data 31 5 hello", "event 31 2 up", "event 31 0 ",
+                                                         "data 31 8 null", "event 31 4190208 ..."}));
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "data len 4190209 invalid"));
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "collaboration ability callback code is 104"));
 }
-
 TEST_F(CollaborationTest, RefusedArgumentsAFailedSendOrNoServiceSendNothingMoreAndWaitForNothing)
 {
     auto anywhere = sptr<TargetInfo>::MakeSptr(4700); // a system-ability start needs a device
@@ -305,29 +324,5 @@ TEST_F(CollaborationTest, ConcurrentStartsEachGetTheirOwnAnswer)
     }
 }
 
-// The session callback reads type, session id, length and the bytes; only data (104) and events (105) reach a hook.
-TEST_F(CollaborationTest, SessionMessagesReachTheirHooks)
-{
-    auto hooks = sptr<SessionHooks>::MakeSptr();
-    auto deliver = [&hooks](int32_t type, uint32_t length, const std::string &bytes, uint32_t code = 103) {
-        MessageParcel data;
-        data.SetMaxCapacity(2 * MAX_DATA_LEN);
-        bool written = data.WriteInterfaceToken(CALLBACK_TOKEN) && data.WriteInt32(type) && data.WriteInt32(31) &&
-                       data.WriteUint32(length) && (bytes.empty() || data.WriteUnpadBuffer(bytes.data(), bytes.size()));
-        return written ? TarnbyEmulator::SendCallback(hooks->AsObject(), code, data) : -1;
-    };
-    EXPECT_EQ(deliver(104, 5, "hello"), 0);
-    EXPECT_EQ(deliver(105, 2, "up"), 0);
-    EXPECT_EQ(deliver(105, 0, ""), 0);
-    EXPECT_EQ(deliver(106, 2, "no"), 0);
-    EXPECT_EQ(deliver(104, 8, "abc"), 0); // a short body: a null buffer with the length
-    EXPECT_EQ(deliver(105, MAX_DATA_LEN, LARGEST_DATA), 0);
-    EXPECT_EQ(deliver(105, MAX_DATA_LEN + 1, ""), 1001);
-    EXPECT_EQ(deliver(104, 1, "x", 104), 1001);
-    EXPECT_EQ(hooks->calls, std::vector<std::string>({"data 31 5 hello", "event 31 2 up", "event 31 0 ",
-                                                      "data 31 8 null", "event 31 4190208 ..."}));
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "data len 4190209 invalid"));
-    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "collaboration ability callback code is 104"));
-}
 } // namespace
 } // namespace OHOS::TarnbyTest

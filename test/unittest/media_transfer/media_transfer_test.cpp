@@ -82,10 +82,8 @@ const MediaCase MEDIA_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Media, MediaRequestTest, testing::ValuesIn(MEDIA_CASES),
                          [](const auto &info) { return std::string(info.param.name); });
 
-using MediaTest = ServiceTest;
-
 // Audio checks its names, looks the service up, then writes its fields; the reply is (result, connection id).
-TEST_F(MediaTest, AudioInitRefusesBeforeSendingAndReturnsTheTwoAnswers)
+TEST_F(ServiceTest, AudioInitRefusesBeforeSendingAndReturnsTheTwoAnswers)
 {
     EXPECT_EQ(g_audio.InitAudioTransfer("", "d", BusinessType(1)), std::make_pair(1001, 1001));
     EXPECT_EQ(g_audio.InitAudioTransfer("p", "", BusinessType(1)), std::make_pair(1001, 1001));
@@ -109,7 +107,7 @@ TEST_F(MediaTest, AudioInitRefusesBeforeSendingAndReturnsTheTwoAnswers)
 // Init sends the id, the device and the callback; what it refuses sends nothing. It looks the service up before it
 // writes (an unwritable device then gives 1012); the other surface requests are built whole before the lookup, so a
 // field that cannot be written wins over the missing service.
-TEST_F(MediaTest, SurfaceInitLooksUpBeforeWritingAndTheOtherRequestsAfter)
+TEST_F(ServiceTest, SurfaceInitLooksUpBeforeWritingAndTheOtherRequestsAfter)
 {
     auto callback = sptr<HookRecorder>::MakeSptr();
     EXPECT_EQ(g_surface.InitSurfaceTransfer(1, nullptr, nullptr), 1018);
@@ -146,7 +144,7 @@ TEST_F(MediaTest, SurfaceInitLooksUpBeforeWritingAndTheOtherRequestsAfter)
     EXPECT_FALSE(logs_.Find("Tarnby dead"));
 }
 
-TEST_F(MediaTest, DeathRecipientKeepsTheFirstCallbackAndForgetsItWithTheDeath)
+TEST_F(ServiceTest, DeathRecipientKeepsTheFirstCallbackAndForgetsItWithTheDeath)
 {
     auto recipient = sptr<DeathRecipient>::MakeSptr();
     auto first = sptr<HookRecorder>::MakeSptr();
@@ -178,7 +176,7 @@ TEST_F(MediaTest, DeathRecipientKeepsTheFirstCallbackAndForgetsItWithTheDeath)
 // process of this binary; failures come back as its exit code and error output. A recipient asked for before there is
 // a service registers later; the service's death then reaches the first callback only, and the next call finds the
 // service again.
-TEST_F(MediaTest, DeathReachesTheFirstCallbackAndTheNextCallFindsTheServiceAgain)
+TEST_F(ServiceTest, DeathReachesTheFirstCallbackAndTheNextCallFindsTheServiceAgain)
 {
     auto scenario = [this] {
         emulator_.Stop();

@@ -278,7 +278,7 @@ TEST(TargetInfoTest, KeysAccountsShortParcelsAndPickerResultsMissingARecord)
                             "write PickerResult failed: abilityFilter_ = 0, deviceInfo_= 1 localInfo_= 0"));
 }
 
-TEST(FilterTest, CountsBeyondTheParcelAndMatchingTables)
+TEST(FilterAndLogTest, FilterTablesMaskedIdentifiersAndFailedAllocations)
 {
     LogCapture logs;
     for (Wire wire : {Wire().Words(3, 1, 2), Wire().Vec<uint32_t>({14}).Words(3, 1, 2)}) {
@@ -304,16 +304,11 @@ TEST(FilterTest, CountsBeyondTheParcelAndMatchingTables)
     for (const auto &[number, name] : types) {
         EXPECT_EQ(ServiceFilter::ConvertDeviceType(number), name) << number;
     }
-}
-
-TEST(RecordLogTest, IdentifiersAppearOnlyMaskedAndFailedAllocationsGiveNull)
-{
     const std::pair<std::string, std::string> masks[] = {
         {"", "****"}, {"ab", "****"}, {"abc", "abc****abc"}, {"abcdef", "abc****def"}};
     for (const auto &[input, masked] : masks) {
         EXPECT_EQ(PickerResult::StringToAnonymous(input), masked);
     }
-    LogCapture logs;
     for (const RecordCase &record : RECORDS) {
         Parcel parcel;
         record.bytes.LoadInto(parcel);

@@ -132,9 +132,7 @@ const SendCase SEND_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(EachOperation, SendOperationTest, testing::ValuesIn(SEND_CASES),
                          [](const auto &info) { return std::string(info.param.name); });
 
-using ProxyLookupTest = ServiceTest;
-
-TEST_F(ProxyLookupTest, OneProxyIsKeptUntilDestroyedFailedLookupsKeepNothingAndFirstCallersShareOne)
+TEST_F(ServiceTest, OneProxyIsKeptUntilDestroyedFailedLookupsKeepNothingAndFirstCallersShareOne)
 {
     size_t before = HostSamgr::GetSystemAbilityCallCount();
     sptr<ITarnbyService> first = TarnbyProxy::GetInstance();
@@ -209,9 +207,7 @@ Body Envelope(uint32_t serviceType, uint32_t sub, const Body &body = Fields())
     };
 }
 
-using EmulatorTest = ServiceTest;
-
-TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
+TEST_F(ServiceTest, MalformedAndForeignRequestsAreRefusedAndNamed)
 {
     // A hand-made request: the int32 at the head of the reply, or the send status when there is none.
     auto Answer = [this](uint32_t code, const Body &fill) {
@@ -244,7 +240,7 @@ TEST_F(EmulatorTest, MalformedAndForeignRequestsAreRefusedAndNamed)
     EXPECT_TRUE(emulator_.Sessions().empty());
 }
 
-TEST_F(EmulatorTest, HookAnswersInsteadOfTheEmulatorUntilRemovedAndTheEventLogKeepsTheLatest)
+TEST_F(ServiceTest, HookAnswersInsteadOfTheEmulatorUntilRemovedAndTheEventLogKeepsTheLatest)
 {
     emulator_.SetRequestHook([](const DecodedRequest &request) -> std::optional<ScriptedReply> {
         if (request.operation == "StopCollaboration") {
