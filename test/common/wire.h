@@ -36,7 +36,7 @@ public:
         (Units(std::basic_string(values)), ...);
         return *this;
     }
-    // A count, then each element (strings as Str, numbers as U32).
+    // A count, then each element (strings as Str, numbers as Words).
     template <typename Element>
     Wire &Vec(const std::vector<Element> &values)
     {

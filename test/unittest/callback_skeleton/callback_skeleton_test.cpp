@@ -119,6 +119,14 @@ TEST_F(CallbackTest, TokenIsCheckedFirstThenTheCodeChoosesTheFamily)
         EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "subCode is 103"));
     }
     EXPECT_TRUE(hooks_->Calls().empty());
+    // A callback logs its creation and destruction; its own event hook logs what it got.
+    auto plain = sptr<Tarnby::CallbackSkeleton>::MakeSptr();
+    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "create callback = ohos.ITarnby.ITarnbyCallback"));
+    std::string extra = "x";
+    plain->OnEvent(7, 10001, extra);
+    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "code = 7, eventId = 10001"));
+    plain = nullptr;
+    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "destroy callback = ohos.ITarnby.ITarnbyCallback"));
 }
 
 // Across the process boundary, on an IPC thread, with the caller's identity logged.
@@ -332,18 +340,6 @@ TEST(ExtraInfoJsonTest, FdIsFoundAndSetOnlyInAnObject)
     EXPECT_EQ(root, Json::Value(5));
     EXPECT_FALSE(JsonUtils::StringToJsonInternal(deep, &root));
     EXPECT_FALSE(JsonUtils::StringToJsonInternal(std::string(100000, '['), &root));
-}
-
-TEST(CallbackLifetimeTest, CreationDestructionAndTheDefaultEventHookAreLogged)
-{
-    LogCapture logs;
-    auto callback = sptr<Tarnby::CallbackSkeleton>::MakeSptr();
-    EXPECT_TRUE(logs.Logged(LOG_INFO, "TRBYCallback", "create callback = ohos.ITarnby.ITarnbyCallback"));
-    std::string extra = "x";
-    callback->OnEvent(7, 10001, extra);
-    EXPECT_TRUE(logs.Logged(LOG_INFO, "TRBYCallback", "code = 7, eventId = 10001"));
-    callback = nullptr;
-    EXPECT_TRUE(logs.Logged(LOG_INFO, "TRBYCallback", "destroy callback = ohos.ITarnby.ITarnbyCallback"));
 }
 } // namespace
 } // namespace OHOS::TarnbyTest

@@ -213,9 +213,8 @@ TEST_F(ServiceTest, MalformedAndForeignRequestsAreRefusedAndNamed)
     auto Answer = [this](uint32_t code, const Body &fill) {
         MessageParcel data;
         MessageParcel reply;
-        MessageOption option;
         fill(data);
-        int status = emulator_.ServiceObject()->SendRequest(code, data, reply, option);
+        int status = SendCallback(emulator_.ServiceObject(), code, data, &reply);
         return reply.GetDataSize() == 0 ? status : reply.ReadInt32();
     };
     const std::pair<Body, std::string> truncated[] = {
