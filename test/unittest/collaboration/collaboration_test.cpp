@@ -20,14 +20,12 @@ const std::string PEER = R"(1 "0123456789abcdef" 1u "com.example.peer" "PeerAbil
 const std::string PEER_SA = R"(1 "fedcba9876543210" 0u "" "" 4700)";
 
 CollaborationAbility &g_ability = CollaborationAbility::GetInstance();
-sptr<TargetInfo> Peer()
-{
+const auto Peer = [] {
     return sptr<TargetInfo>::MakeSptr("0123456789abcdef", Tarnby::ABILITY_TARGET, "com.example.peer", "PeerAbility", 0);
-}
-sptr<TargetInfo> PeerSa()
-{
+};
+const auto PeerSa = [] {
     return sptr<TargetInfo>::MakeSptr("fedcba9876543210", Tarnby::SYSTEM_ABILITY_TARGET, "", "", 4700);
-}
+};
 int AnswerStart(const sptr<IRemoteObject> &inner, Answer answer, uint32_t code = 103)
 {
     MessageParcel data;

@@ -15,16 +15,13 @@ namespace {
 using namespace Tarnby;
 constexpr int32_t SEND_FAILED = 461374453;
 const std::string OVERSIZED(210000, 'x'); // more than a request parcel may hold (200 KiB)
-const std::string DEVICE_BLOCK = "hello";
 const ScreenParam SCREEN{11, 12, 13, 14, 15};
 
 AudioTransferAbility &g_audio = AudioTransferAbility::GetInstance();
 SurfaceTransferAbility &g_surface = SurfaceTransferAbility::GetInstance();
-std::shared_ptr<RemoteDevice> Device()
-{
-    return std::make_shared<RemoteDevice>(
-        RemoteDevice{"a", "bb", "ccc", "dddd", -7, static_cast<uint32_t>(DEVICE_BLOCK.size()), DEVICE_BLOCK.data()});
-}
+const auto Device = [] {
+    return std::make_shared<RemoteDevice>(RemoteDevice{"a", "bb", "ccc", "dddd", -7, 5, "hello"});
+};
 
 struct MediaCase {
     const char *name;

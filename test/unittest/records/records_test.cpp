@@ -32,24 +32,21 @@ namespace OHOS::TarnbyTest {
 namespace {
 using namespace Tarnby;
 
-sptr<TargetInfo> Target()
-{
-    return new TargetInfo("net-0123456789", ABILITY_TARGET, "com.example.demo", "MainAbility", 4700);
-}
+const auto Target = [] {
+    return sptr<TargetInfo>(new TargetInfo("net-0123456789", ABILITY_TARGET, "com.example.demo", "MainAbility", 4700));
+};
 sptr<AbilityFilter> Filter()
 {
     auto filter = sptr<AbilityFilter>::MakeSptr("com.example.demo", "page", "a demo", 14, 7);
     filter->SetAction("action.view");
     return filter;
 }
-sptr<DeviceInfo> Device()
-{
-    return new DeviceInfo("udid-0123456789", "net-0123456789", "Living room", 156);
-}
-sptr<LocalInfo> Local()
-{
-    return new LocalInfo("MainAbility", "com.example.demo", "local-0123456789", "entry", 14);
-}
+const auto Device = [] {
+    return sptr<DeviceInfo>(new DeviceInfo("udid-0123456789", "net-0123456789", "Living room", 156));
+};
+const auto Local = [] {
+    return sptr<LocalInfo>(new LocalInfo("MainAbility", "com.example.demo", "local-0123456789", "entry", 14));
+};
 sptr<PickerResult> Picker()
 {
     sptr<PickerResult> result = new PickerResult();
