@@ -95,14 +95,17 @@ void BM_CondvarPingPong(benchmark::State &state)
 }
 BENCHMARK(BM_CondvarPingPong);
 
-// Keeps each benchmark's time per iteration so that the ratios can be printed after the table.
+// Keeps each benchmark's time per iteration so that the ratios can be printed after the table. With
+// --benchmark_repetitions the medians are compared (add --benchmark_enable_random_interleaving=true so that a
+// burst of load on the machine spreads over all three instead of landing on one).
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run> &runs) override
     {
         for (const auto &run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                perIteration_[run.benchmark_name()] = run.GetAdjustedRealTime();
+            bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+            if (!run.error_occurred && (median || run.run_type == Run::RT_Iteration)) {
+                (median ? medians_ : lastRuns_)[run.run_name.function_name] = run.GetAdjustedRealTime();
             }
         }
         ConsoleReporter::ReportRuns(runs);
@@ -113,17 +116,24 @@ public:
         if (bare <= 0) {
             return;
         }
-        std::printf("library request / bare round trip: %.2fx (goal <= 1.2x)\n", Get("BM_LibraryRequest") / bare);
-        std::printf("condvar ping-pong / bare round trip: %.2fx\n", Get("BM_CondvarPingPong") / bare);
+        std::printf("%s library request / bare round trip: %.2fx (goal <= 1.2x)\n", Kind(),
+                    Get("BM_LibraryRequest") / bare);
+        std::printf("%s condvar ping-pong / bare round trip: %.2fx\n", Kind(), Get("BM_CondvarPingPong") / bare);
     }
 
 private:
+    const char *Kind() const
+    {
+        return medians_.empty() ? "last run:" : "medians:";
+    }
     double Get(const std::string &name) const
     {
-        auto found = perIteration_.find(name);
-        return found == perIteration_.end() ? 0 : found->second;
+        const auto &times = medians_.empty() ? lastRuns_ : medians_;
+        auto found = times.find(name);
+        return found == times.end() ? 0 : found->second;
     }
-    std::map<std::string, double> perIteration_;
+    std::map<std::string, double> lastRuns_;
+    std::map<std::string, double> medians_;
 };
 } // namespace
 } // namespace OHOS::IpcBenchmark

@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -138,7 +139,6 @@ BENCHMARK(BM_RawSocketPingPong)->UseRealTime();
 
 void BM_NullRoundTrip(benchmark::State &state)
 {
-    pid_t peer = Spawn("/proc/self/exe", "--serve");
     sptr<IRemoteObject> remote = Find(PEER_ID);
     for (auto _ : state) {
         MessageParcel data;
@@ -149,18 +149,22 @@ void BM_NullRoundTrip(benchmark::State &state)
             break;
         }
     }
-    remote = nullptr;
-    End(peer);
 }
 BENCHMARK(BM_NullRoundTrip)->UseRealTime();
 
+// Mapped and unmapped every time: the allocator would hand back the warm pages of the last round.
 void BM_CopyFourMiBIntoFreshPages(benchmark::State &state)
 {
     std::vector<char> source(4 << 20, 's');
     for (auto _ : state) {
-        std::unique_ptr<char[]> fresh(new char[source.size()]);
-        std::memcpy(fresh.get(), source.data(), source.size());
-        benchmark::DoNotOptimize(fresh.get());
+        void *fresh = mmap(nullptr, source.size(), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (fresh == MAP_FAILED) {
+            state.SkipWithError("no fresh pages");
+            break;
+        }
+        std::memcpy(fresh, source.data(), source.size());
+        benchmark::DoNotOptimize(fresh);
+        munmap(fresh, source.size());
     }
     state.SetBytesProcessed(state.iterations() * source.size());
 }
@@ -170,7 +174,6 @@ BENCHMARK(BM_CopyFourMiBIntoFreshPages)->UseRealTime();
 // crossing, not a loop back.
 void BM_SendCollaborationData(benchmark::State &state)
 {
-    pid_t server = Spawn(TARNBY_EMULATOR_SERVER_PATH, nullptr);
     auto &ability = Tarnby::CollaborationAbility::GetInstance();
     auto target = sptr<Tarnby::TargetInfo>::MakeSptr("peer-bench", Tarnby::ABILITY_TARGET, "bench", "Bench", 0);
     ability.RegisterCollaborationCallback(target, sptr<QuietCollaboration>::MakeSptr());
@@ -184,7 +187,6 @@ void BM_SendCollaborationData(benchmark::State &state)
         }
     }
     state.SetBytesProcessed(state.iterations() * COLLABORATION_DATA);
-    End(server);
 }
 BENCHMARK(BM_SendCollaborationData)->UseRealTime();
 
@@ -202,7 +204,6 @@ BENCHMARK(BM_MemcpyWarm128MiB)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 void BM_RawDataIntoCallbackHook(benchmark::State &state)
 {
-    pid_t peer = Spawn("/proc/self/exe", "--serve");
     sptr<IRemoteObject> remote = Find(PEER_ID);
     sptr<RawHook> hook = sptr<RawHook>::MakeSptr();
     for (auto _ : state) {
@@ -217,8 +218,6 @@ void BM_RawDataIntoCallbackHook(benchmark::State &state)
         }
     }
     state.SetBytesProcessed(state.iterations() * RAW_SIZE);
-    remote = nullptr;
-    End(peer);
 }
 BENCHMARK(BM_RawDataIntoCallbackHook)->UseRealTime()->Unit(benchmark::kMillisecond);
 
@@ -246,8 +245,14 @@ int main(int argc, char **argv)
     if (getenv("OHOS_HOST_IPC_DIR") == nullptr && mkdtemp(directory) != nullptr) {
         setenv("OHOS_HOST_IPC_DIR", directory, 1); // the peers find each other here, and only here
     }
+    // Both peers live as long as the run: a benchmark is entered several times, and a service that ended in
+    // between would leave the library holding a proxy to a dead process.
+    pid_t peer = OHOS::XprocBenchmark::Spawn("/proc/self/exe", "--serve");
+    pid_t server = OHOS::XprocBenchmark::Spawn(TARNBY_EMULATOR_SERVER_PATH, nullptr);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    OHOS::XprocBenchmark::End(server);
+    OHOS::XprocBenchmark::End(peer);
     return 0;
 }

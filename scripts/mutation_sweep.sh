@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Mutation sweep: applies each mutant of scripts/mutants.txt alone to a scratch copy of the tree, rebuilds what
+# Mutation sweep of the library and the host layer: applies each mutant of scripts/mutants.txt alone to a scratch copy of the tree, rebuilds what
 # changed (ccache keeps the unmutated objects), runs the library's test binaries (stopping at the first failure) and
 # records whether the mutant was killed. A mutant whose anchor is not found exactly once, or that does not build, is
 # reported and not counted.
@@ -12,7 +12,7 @@ results="${1:-$root/build/mutation/results.txt}"
 shift || true
 only=("$@")
 work="${SWEEP_DIR:-$root/build/mutation}"
-tests="${SWEEP_TESTS:-callback_skeleton_test collaboration_test media_transfer_test pending_test records_test service_access_test}"
+tests="${SWEEP_TESTS:-callback_skeleton_test collaboration_test media_transfer_test pending_test records_test service_access_test c_utils_test ipc_test hilog_test xproc_test}"
 limit="${SWEEP_TIMEOUT:-180}"
 src="$work/src"
 build="$work/build"

@@ -209,7 +209,7 @@ const void *MessageParcel::ReadRawData(size_t size)
     return size > MAX_RAWDATA_SIZE ? nullptr : MapRawData(size);
 }
 
-// The mapping is read-only and lives as long as the parcel.
+// The mapping is read-only, filled at once (the reader takes the whole block) and lives as long as the parcel.
 const void *MessageParcel::MapRawData(size_t size)
 {
     int fd = ReadFileDescriptor();
@@ -219,7 +219,7 @@ const void *MessageParcel::MapRawData(size_t size)
     struct stat info {};
     void *area = MAP_FAILED;
     if (fstat(fd, &info) == 0 && static_cast<size_t>(info.st_size) >= size) {
-        area = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
+        area = mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, fd, 0);
     }
     close(fd);
     if (area == MAP_FAILED) {

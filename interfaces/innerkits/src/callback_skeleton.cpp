@@ -264,9 +264,10 @@ int32_t CallbackSkeleton::DataPretreatment(MessageParcel &data)
         return ERR_TRBY_RAW_DATA;
     }
     // The block is read before the buffer is allocated: a peer that claims a length its parcel does not hold must
-    // not cost the client that much memory.
+    // not cost the client that much memory. The copy below fills every byte of the buffer, so it is not cleared
+    // first (a second pass over up to 128 MiB).
     const void *rawData = data.ReadRawData(dataLen);
-    std::unique_ptr<char[]> buffer(rawData == nullptr ? nullptr : new (std::nothrow) char[dataLen]());
+    std::unique_ptr<char[]> buffer(rawData == nullptr ? nullptr : new (std::nothrow) char[dataLen]);
     if (buffer == nullptr || rawData == nullptr) {
         TRBY_LOGE("length = %{public}u, treadData %{public}d, rawByte %{public}d", dataLen,
                   rawData != nullptr && buffer == nullptr, rawData == nullptr);

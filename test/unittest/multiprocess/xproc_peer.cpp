@@ -20,24 +20,6 @@ void Ready(const char *line)
     std::fflush(stdout);
 }
 
-class CountingDeaths : public IRemoteObject::DeathRecipient {
-public:
-    void OnRemoteDied(const wptr<IRemoteObject> &) override
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        deaths_++;
-    }
-    int32_t Deaths()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return deaths_;
-    }
-
-private:
-    std::mutex mutex_;
-    int32_t deaths_ = 0;
-};
-
 class TestService : public IPCObjectStub {
 public:
     int OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override
@@ -64,7 +46,7 @@ public:
             case CHECK_TRANSFER:
                 return CheckTransfer(data, reply);
             case CALLBACK_DEATHS:
-                return reply.WriteInt32(deaths_->Deaths()) ? 0 : -1;
+                return reply.WriteInt32(deaths_->calls) ? 0 : -1;
             default:
                 return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
         }
@@ -120,9 +102,7 @@ public:
             MessageParcel answer;
             MessageOption option;
             request.WriteInt32(value);
-            sptr<IRemoteObject> service =
-                SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->GetSystemAbility(TEST_SERVICE_ID);
-            if (service == nullptr || service->SendRequest(ECHO, request, answer, option) != 0) {
+            if (Ask(FindService(), ECHO, request, answer) != 0) {
                 return -1;
             }
             value = answer.ReadInt32() - 1;
@@ -134,20 +114,13 @@ private:
     bool nested_;
 };
 
-int Send(const sptr<IRemoteObject> &service, uint32_t code, MessageParcel &data, MessageParcel &reply)
-{
-    MessageOption option;
-    return service == nullptr ? -1 : service->SendRequest(code, data, reply, option);
-}
-
 sptr<IRemoteObject> KeepCallback(bool nested)
 {
-    sptr<IRemoteObject> service =
-        SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->GetSystemAbility(TEST_SERVICE_ID);
+    sptr<IRemoteObject> service = FindService();
     MessageParcel data;
     MessageParcel reply;
     data.WriteRemoteObject(new TestCallback(nested));
-    return Send(service, KEEP_CALLBACK, data, reply) == 0 ? service : nullptr;
+    return Ask(service, KEEP_CALLBACK, data, reply) == 0 ? service : nullptr;
 }
 
 // Asks the service to call this client back, many times, while another client does the same.
@@ -159,13 +132,24 @@ int RunClient()
         MessageParcel data;
         MessageParcel reply;
         data.WriteInt32(value);
-        if (Send(service, CALL_BACK, data, reply) != 0 || reply.ReadInt32() != CallbackAnswer(value, getpid())) {
+        if (Ask(service, CALL_BACK, data, reply) != 0 || reply.ReadInt32() != CallbackAnswer(value, getpid())) {
             return 1;
         }
     }
     return service == nullptr ? 1 : 0;
 }
 } // namespace
+
+sptr<IRemoteObject> FindService()
+{
+    return SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->GetSystemAbility(TEST_SERVICE_ID);
+}
+
+int Ask(const sptr<IRemoteObject> &object, uint32_t code, MessageParcel &data, MessageParcel &reply,
+        MessageOption option)
+{
+    return object == nullptr ? -1 : object->SendRequest(code, data, reply, option);
+}
 
 uint64_t SumOf(const uint8_t *bytes, size_t size)
 {

@@ -5,8 +5,12 @@
 // that holds a callback until it is killed. Each role prints one line when it is ready.
 #include <sys/types.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
+
+#include "iremote_object.h"
+#include "message_option.h"
 
 namespace OHOS::TarnbyTest {
 constexpr int32_t TEST_SERVICE_ID = 4001;
@@ -27,6 +31,22 @@ inline int32_t CallbackAnswer(int32_t value, pid_t pid)
 }
 
 uint64_t SumOf(const uint8_t *bytes, size_t size);
+
+// The test service as registered under TEST_SERVICE_ID, or null.
+sptr<IRemoteObject> FindService();
+
+// A synchronous request (or one with the given option); -1 without an object.
+int Ask(const sptr<IRemoteObject> &object, uint32_t code, MessageParcel &data, MessageParcel &reply,
+        MessageOption option = MessageOption());
+
+class CountingDeaths : public IRemoteObject::DeathRecipient {
+public:
+    void OnRemoteDied(const wptr<IRemoteObject> &) override
+    {
+        calls++;
+    }
+    std::atomic<int32_t> calls{0};
+};
 
 // Runs the role named by argv[1] ("service", "client", "holder"); the exit status of the process.
 int RunRole(const std::string &role);

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -78,17 +79,6 @@ private:
     FILE *output_ = nullptr;
 };
 
-sptr<IRemoteObject> FindService()
-{
-    return SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->GetSystemAbility(TEST_SERVICE_ID);
-}
-
-int Ask(const sptr<IRemoteObject> &object, uint32_t code, MessageParcel &data, MessageParcel &reply,
-        MessageOption option = MessageOption())
-{
-    return object == nullptr ? -1 : object->SendRequest(code, data, reply, option);
-}
-
 int32_t Echo(const sptr<IRemoteObject> &service, int32_t value, pid_t *servedFor = nullptr)
 {
     MessageParcel data;
@@ -101,15 +91,6 @@ int32_t Echo(const sptr<IRemoteObject> &service, int32_t value, pid_t *servedFor
     }
     return result == 0 ? answer : -result;
 }
-
-class Recipient : public IRemoteObject::DeathRecipient {
-public:
-    void OnRemoteDied(const wptr<IRemoteObject> &) override
-    {
-        calls++;
-    }
-    std::atomic<int> calls{0};
-};
 
 // Completion, never speed: polls until `done` holds, giving up only after far longer than any run needs.
 template <typename Condition>
@@ -166,7 +147,7 @@ TEST_F(CrossProcessTest, DescriptorAndLargestRawDataCross)
 TEST_F(CrossProcessTest, ServiceKilledDuringASynchronousCallThenFoundAgain)
 {
     sptr<IRemoteObject> service = FindService();
-    sptr<Recipient> recipients[] = {new Recipient(), new Recipient()};
+    sptr<CountingDeaths> recipients[] = {new CountingDeaths(), new CountingDeaths()};
     for (auto &recipient : recipients) {
         ASSERT_TRUE(service->AddDeathRecipient(recipient));
     }
@@ -305,9 +286,17 @@ TEST(WaitTimeTest, ARequestOutlivingItsWaitTimeGetsTheTimeOutAndItsLateReplyIsDr
     sptr<IRemoteObject> proxy = HostIpc::GetProxy(gate);
     MessageParcel data;
     MessageParcel reply;
+    // The answer comes once the caller has given up, or after 4 s: a caller that waited for the default 8 s
+    // instead of its own 1 s would get it.
+    std::promise<void> gaveUp;
+    std::thread opener([&gate, given = gaveUp.get_future()] {
+        given.wait_for(std::chrono::seconds(4));
+        gate->Open();
+    });
     EXPECT_EQ(Ask(proxy, 5, data, reply, MessageOption(MessageOption::TF_SYNC, 1)), ERR_TIMED_OUT);
     EXPECT_EQ(ERR_TIMED_OUT, 110);
-    gate->Open();
+    gaveUp.set_value();
+    opener.join();
     gate->WaitFor(0, 1);
     EXPECT_EQ(reply.GetDataSize(), 0u); // the late answer never reaches the caller's parcel
     MessageParcel again;
