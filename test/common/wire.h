@@ -101,7 +101,7 @@ template <typename... Values>
 Body Fields(Values... values)
 {
     return [=](MessageParcel &data) {
-        auto write = [&data](const auto &value) {
+        [[maybe_unused]] auto write = [&data](const auto &value) {
             using Value = std::decay_t<decltype(value)>;
             if constexpr (std::is_same_v<Value, int32_t>) {
                 data.WriteInt32(value);

@@ -314,7 +314,7 @@ TEST(FilterAndLogTest, FilterTablesMaskedIdentifiersAndFailedAllocations)
         g_failNothrowNew = false;
         EXPECT_EQ(read, nullptr) << record.name;
     }
-    for (const std::string &id : {"udid-0123456789", "net-0123456789", "local-0123456789", "devid-0123456789"}) {
+    for (const char *id : {"udid-0123456789", "net-0123456789", "local-0123456789", "devid-0123456789"}) {
         EXPECT_FALSE(logs.Contains(id)) << id;
     }
     EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient",
