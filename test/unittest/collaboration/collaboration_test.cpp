@@ -139,7 +139,8 @@ const RequestCase REQUEST_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Collaboration, StartRequestTest, testing::ValuesIn(REQUEST_CASES),
                          [](const auto &info) { return std::string(info.param.name); });
 
-// Register, unregister, send and stop: their fields, the service's result passed through, and its failure line.
+// Register, unregister, send and stop: their fields, the service's result passed through, and its failure line; then
+// the messages the session callback gets.
 TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndMessagesReachTheirHooks)
 {
     auto callback = sptr<SessionHooks>::MakeSptr();
@@ -199,6 +200,7 @@ TEST_F(CollaborationTest, SessionRequestsCarryTheirFieldsAndMessagesReachTheirHo
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "data len 4190209 invalid"));
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCollaboration", "collaboration ability callback code is 104"));
 }
+
 TEST_F(CollaborationTest, RefusedArgumentsAFailedSendOrNoServiceSendNothingMoreAndWaitForNothing)
 {
     auto anywhere = sptr<TargetInfo>::MakeSptr(4700); // a system-ability start needs a device
