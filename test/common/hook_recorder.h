@@ -2,28 +2,21 @@
 #define TARNBY_TEST_HOOK_RECORDER_H
 
 // A callback object that records every hook call as text ("Stop(b, a, c, 4)"), so that a test states the expected
-// calls, arguments in position, in one line; and a way to hand it a parcel the way the IPC framework would.
-#include <functional>
+// calls, arguments in position, in one line.
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "callback_skeleton.h"
-#include "tarnby_wire.h"
 
 namespace OHOS::TarnbyTest {
-// A short fingerprint of a byte block, to compare large blocks in one line.
+// A byte block in one line: itself when short, else a hash of it.
 inline std::string Fingerprint(const char *bytes, size_t size)
 {
-    if (bytes == nullptr) {
-        return "null";
-    }
-    uint32_t hash = 2166136261u;
-    for (size_t i = 0; i < size; ++i) {
-        hash = (hash ^ static_cast<uint8_t>(bytes[i])) * 16777619u;
-    }
-    return size <= 12 ? std::string(bytes, size) : "#" + std::to_string(hash);
+    std::string_view block = bytes == nullptr ? "null" : std::string_view(bytes, size);
+    return block.size() <= 12 ? std::string(block) : "#" + std::to_string(std::hash<std::string_view>()(block));
 }
 
 class HookRecorder : public Tarnby::CallbackSkeleton {
@@ -35,90 +28,79 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return calls_;
     }
-    // Calls OnRemoteRequest as the IPC framework would: the callback token, then what `body` writes.
-    int32_t Deliver(uint32_t code, const std::function<void(MessageParcel &)> &body, MessageParcel &reply)
-    {
-        MessageParcel data;
-        data.SetMaxCapacity(0x10000000);
-        TarnbyEmulator::WriteCallbackToken(data);
-        body(data);
-        MessageOption option;
-        return OnRemoteRequest(code, data, reply, option);
-    }
-
     int32_t OnDataCallback(uint32_t code, uint32_t second, uint32_t dataLen, std::unique_ptr<char[]> data) override
     {
-        return Record("OnDataCallback(", code, ", ", second, ", ", dataLen, ", ", Fingerprint(data.get(), dataLen),
-                      ")");
+        return Record("OnDataCallback", code, second, dataLen, Fingerprint(data.get(), dataLen));
     }
     int32_t OnEvent(uint32_t code, uint32_t eventId, std::string &extra) override
     {
-        return Record("OnEvent(", code, ", ", eventId, ", ", extra, ")");
+        return Record("OnEvent", code, eventId, extra);
     }
     void OnDataReceiverReady(int32_t channel) override
     {
-        Record("OnDataReceiverReady(", channel, ")");
+        Record("OnDataReceiverReady", channel);
     }
     void OnDataReceived(int32_t channel, const char *data, uint32_t len) override
     {
-        Record("OnDataReceived(", channel, ", ", Fingerprint(data, len), ", ", len, ")");
+        Record("OnDataReceived", channel, Fingerprint(data, len), len);
     }
     int32_t DisconnectDevice(std::string deviceKey, uint32_t serviceType) override
     {
-        return Record("DisconnectDevice(", deviceKey, ", ", serviceType, ")");
+        return Record("DisconnectDevice", deviceKey, serviceType);
     }
+    // The states as "[1 2 3]", the infos as "[device/linkType/connectState ...]".
     int32_t StateNotify(int32_t state, std::vector<uint32_t> states,
                         std::vector<sptr<Tarnby::ServiceStateInfo>> infos) override
     {
-        std::ostringstream text;
-        text << "StateNotify(" << state << ", [";
-        for (size_t i = 0; i < states.size(); ++i) {
-            text << (i == 0 ? "" : " ") << states[i];
+        std::string shownStates;
+        for (uint32_t value : states) {
+            shownStates += (shownStates.empty() ? "" : " ") + std::to_string(value);
         }
-        text << "], [";
-        for (size_t i = 0; i < infos.size(); ++i) {
-            text << (i == 0 ? "" : " ") << infos[i]->GetDeviceId() << "/" << infos[i]->GetLinkType() << "/"
-                 << infos[i]->GetConnectState();
+        std::string shownInfos;
+        for (const auto &info : infos) {
+            shownInfos += (shownInfos.empty() ? "" : " ") + info->GetDeviceId() + "/" +
+                          std::to_string(info->GetLinkType()) + "/" + std::to_string(info->GetConnectState());
         }
-        return Record(text.str(), "])");
+        return Record("StateNotify", state, "[" + shownStates + "]", "[" + shownInfos + "]");
     }
     int32_t OnServiceStateChanged(std::string firstString, std::string secondString, std::string extraInfo,
                                   int32_t firstInt, int32_t secondInt) override
     {
-        return Record("OnServiceStateChanged(", firstString, ", ", secondString, ", ", extraInfo, ", ", firstInt, ", ",
-                      secondInt, ")");
+        return Record("OnServiceStateChanged", firstString, secondString, extraInfo, firstInt, secondInt);
     }
     int32_t OnServiceStateChanged(Tarnby::ServiceStateChangeContext context) override
     {
-        return Record("Context{", context.secondInt, ", ", context.firstString, ", ", context.secondString, ", ",
-                      context.extraInfo, ", ", context.firstInt, "}");
+        return Record("Context", context.secondInt, context.firstString, context.secondString, context.extraInfo,
+                      context.firstInt);
     }
     int32_t OnDisconnected(std::string first, int32_t value) override
     {
-        return Record("OnDisconnected(", first, ", ", value, ")");
+        return Record("OnDisconnected", first, value);
     }
     int32_t OnDisconnected(std::string second, std::string third) override
     {
-        return Record("OnDisconnected(", second, ", ", third, ")");
+        return Record("OnDisconnected", second, third);
     }
     int32_t ApplyResult(std::string first, std::string second, std::string third, int32_t value,
                         int32_t resultCode) override
     {
-        return Record("ApplyResult(", first, ", ", second, ", ", third, ", ", value, ", ", resultCode, ")");
+        return Record("ApplyResult", first, second, third, value, resultCode);
     }
     int32_t Stop(std::string first, std::string second, std::string third, int32_t value) override
     {
-        return Record("Stop(", first, ", ", second, ", ", third, ", ", value, ")");
+        return Record("Stop", first, second, third, value);
     }
 
 private:
-    template <typename... Parts>
-    int32_t Record(const Parts &...parts)
+    // "name(first, second, ...)", kept in order; the hook answers `answer_`.
+    template <typename First, typename... Rest>
+    int32_t Record(const char *name, const First &first, const Rest &...rest)
     {
         std::ostringstream text;
-        (text << ... << parts);
+        text << name << "(" << first;
+        ((text << ", " << rest), ...);
         std::lock_guard<std::mutex> lock(mutex_);
-        calls_.push_back(text.str());
+        calls_.push_back(text.str() + ")");
         return answer_;
     }
 

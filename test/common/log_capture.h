@@ -2,6 +2,7 @@
 #define TARNBY_TEST_LOG_CAPTURE_H
 
 // Collects every HiLog record written while it lives (host log sink); restores the stderr writer when it goes.
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -41,29 +42,29 @@ public:
         size_t mark = record.text.find("# ");
         return mark == std::string::npos ? record.text : record.text.substr(mark + 2);
     }
-    // Whether some record's message (after the prefix) equals `message`; the first such record goes to `found`.
-    bool Find(const std::string &message, HiLogRecord *found = nullptr) const
+    // The records whose message (after the prefix) is exactly `message`, oldest first.
+    std::vector<HiLogRecord> With(const std::string &message) const
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        for (const auto &record : records_) {
+        std::vector<HiLogRecord> found;
+        for (const HiLogRecord &record : Records()) {
             if (Message(record) == message) {
-                if (found != nullptr) {
-                    *found = record;
-                }
-                return true;
+                found.push_back(record);
             }
         }
-        return false;
+        return found;
     }
-    // How many records have exactly `message` after the prefix.
+    // Whether some record has `message`; the first such record goes to `found`.
+    bool Find(const std::string &message, HiLogRecord *found = nullptr) const
+    {
+        auto records = With(message);
+        if (found != nullptr && !records.empty()) {
+            *found = records.front();
+        }
+        return !records.empty();
+    }
     size_t Count(const std::string &message) const
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        size_t count = 0;
-        for (const auto &record : records_) {
-            count += Message(record) == message ? 1 : 0;
-        }
-        return count;
+        return With(message).size();
     }
     // Whether `message` was logged at `level` under `tag`, with that tag's domain (spelled out here on purpose, not
     // taken from the library's headers).
@@ -77,36 +78,24 @@ public:
         for (const auto &[name, value] : domains) {
             domain = tag == name ? value : domain;
         }
-        std::lock_guard<std::mutex> lock(mutex_);
-        for (const auto &record : records_) {
-            if (Message(record) == message && record.level == level && record.tag == tag && record.domain == domain &&
-                record.type == LOG_CORE) {
-                return true;
-            }
-        }
-        return false;
+        auto records = With(message);
+        return std::any_of(records.begin(), records.end(), [&](const HiLogRecord &record) {
+            return record.level == level && record.tag == tag && record.domain == domain && record.type == LOG_CORE;
+        });
     }
-    // The function named in the prefix of the first line whose message is `message`, or "".
+    // The function named in the prefix ("[file:line]function# ") of the first line whose message is `message`, or "".
     std::string FunctionOf(const std::string &message) const
     {
         HiLogRecord record;
-        if (!Find(message, &record)) {
-            return "";
-        }
-        size_t close = record.text.find(']');
-        size_t mark = record.text.find("# ");
-        return close < mark && mark != std::string::npos ? record.text.substr(close + 1, mark - close - 1) : "";
+        std::string text = Find(message, &record) ? record.text : "]# ";
+        return text.substr(text.find(']') + 1, text.find("# ") - text.find(']') - 1);
     }
     // True if any record's full text contains `fragment`.
     bool Contains(const std::string &fragment) const
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        for (const auto &record : records_) {
-            if (record.text.find(fragment) != std::string::npos) {
-                return true;
-            }
-        }
-        return false;
+        auto records = Records();
+        return std::any_of(records.begin(), records.end(),
+                           [&](const HiLogRecord &record) { return record.text.find(fragment) != std::string::npos; });
     }
 
 private:

@@ -26,18 +26,22 @@ class ServiceTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        HostSamgr::Reset();
-        Tarnby::TarnbyProxy::DestoryInstance();
+        RemoveService();
         ASSERT_TRUE(emulator_.Start());
     }
     void TearDown() override
     {
         emulator_.SetRequestHook(nullptr);
         emulator_.Stop();
-        Tarnby::TarnbyProxy::DestoryInstance();
-        HostSamgr::Reset();
+        RemoveService();
     }
 
+    // No service from here on: nothing registered under 70633 and no shared proxy in the library.
+    void RemoveService()
+    {
+        HostSamgr::Reset();
+        Tarnby::TarnbyProxy::DestoryInstance();
+    }
     // Every request is answered by `answer` (after it has seen the decoded request) with int32 values and status 0.
     void Script(std::function<std::vector<int32_t>(const DecodedRequest &)> answer)
     {
@@ -58,10 +62,6 @@ protected:
         auto requests = emulator_.Requests();
         EXPECT_EQ(requests.size(), 1u);
         return requests.size() == 1 ? requests.front() : DecodedRequest{};
-    }
-    size_t RequestCount() const
-    {
-        return emulator_.Requests().size();
     }
 
     // Polls `done` (work of IPC threads) for up to five seconds.

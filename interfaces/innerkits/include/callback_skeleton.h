@@ -12,6 +12,7 @@
 #include "message_parcel.h"
 #include "refbase.h"
 #include "tarnby_export.h"
+#include "tarnby_log_site.h"
 #include "veskor_info.h"
 
 namespace OHOS::Tarnby {
@@ -104,8 +105,7 @@ public:
 protected:
     // Reads the interface token and compares it with the callback descriptor; a mismatch is logged (under the
     // callback tag, at the caller's site) and the caller answers 1010.
-    static bool ReadCallbackToken(MessageParcel &data, const char *caller = __builtin_FUNCTION(),
-                                  const char *file = __builtin_FILE(), int line = __builtin_LINE());
+    static bool ReadCallbackToken(MessageParcel &data, LogSite site = LogSite::Here());
 };
 } // namespace OHOS::Tarnby
 

@@ -141,15 +141,14 @@ CallbackSkeleton::~CallbackSkeleton()
     TRBY_LOGI("destroy callback = %{public}s", Str16ToStr8(GetDescriptor()).c_str());
 }
 
-bool CallbackSkeleton::ReadCallbackToken(MessageParcel &data, const char *caller, const char *file, int line)
+bool CallbackSkeleton::ReadCallbackToken(MessageParcel &data, LogSite site)
 {
     std::u16string token = data.ReadInterfaceToken();
     if (token == GetDescriptor()) {
         return true;
     }
-    TRBY_LOG_AT(LABEL_CALLBACK, LOG_ERROR, file, line, caller,
-                "receive wrong interface token = %{public}s, expect %{public}s", Str16ToStr8(token).c_str(),
-                Str16ToStr8(GetDescriptor()).c_str());
+    TRBY_LOG_SITE(LABEL_CALLBACK, LOG_ERROR, site, "receive wrong interface token = %{public}s, expect %{public}s",
+                  Str16ToStr8(token).c_str(), Str16ToStr8(GetDescriptor()).c_str());
     return false;
 }
 

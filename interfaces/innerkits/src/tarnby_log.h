@@ -2,6 +2,7 @@
 #define TARNBY_LOG_H
 
 #include "hilog/log.h"
+#include "tarnby_log_site.h"
 
 namespace OHOS::Tarnby {
 // The log identity of a source unit: every line it writes carries this domain and tag.
@@ -17,21 +18,6 @@ inline constexpr LogLabel LABEL_DEVICE_DETECT = {0xD004617, "TRBYDeviceDetect"};
 inline constexpr LogLabel LABEL_VESKOR = {0xD00461A, "VeskorManager"};
 inline constexpr LogLabel LABEL_COLLABORATION = {0xD004624, "TRBYCollaboration"};
 inline constexpr LogLabel LABEL_COLL_PROC = {0xD004625, "TRBYCollProc"};
-
-// Where a line is logged from. A helper that logs on behalf of its caller takes a `LogSite site = LogSite::Here()`
-// parameter: the default is filled in where the helper is called, so the line shows the caller's file, line and
-// function.
-struct LogSite {
-    const char *file;
-    int line;
-    const char *function;
-
-    static constexpr LogSite Here(const char *file = __builtin_FILE(), int line = __builtin_LINE(),
-                                  const char *function = __builtin_FUNCTION())
-    {
-        return LogSite{file, line, function};
-    }
-};
 
 // File name without its directories, for the line prefix.
 constexpr const char *LogFileName(const char *path)

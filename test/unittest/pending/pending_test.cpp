@@ -1,6 +1,5 @@
-// The one-shot reply wait: an answer wakes every waiter, an early answer is kept, a wait without an answer runs out.
-// Waits end at once (time 0, an answer already there) or last until an answer comes; a broken wake-up shows as a
-// hang, which the test's time limit turns into a failure. Nothing here asserts on a duration.
+// The one-shot reply wait. Waits end at once (time 0, an answer already there) or last until an answer comes; a broken
+// wake-up shows as a hang, which the test's time limit turns into a failure. Nothing here asserts on a duration.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -33,7 +32,7 @@ TEST(PendingTest, AnswerBeforeOrAfterTheWaitIsKept)
     EXPECT_EQ(shortWait.Start(std::chrono::milliseconds(20)), std::make_pair(WAIT_TIMEOUT, std::string()));
 }
 
-TEST(PendingTest, OneAnswerReleasesEveryWaiter)
+TEST(PendingTest, OneAnswerReleasesEveryWaiterAndARacingAnswerNeverMixesStatusAndValue)
 {
     constexpr size_t waiterCount = 8;
     LogCapture logs;
@@ -52,11 +51,6 @@ TEST(PendingTest, OneAnswerReleasesEveryWaiter)
     }
     EXPECT_EQ(outcomes, std::vector<Outcome>(waiterCount, Outcome(0, Answer(21, 22))));
     EXPECT_EQ(logs.Count("wait stop"), waiterCount);
-}
-
-TEST(PendingTest, RacingAnswerAndTimeoutNeverMixStatusAndValue)
-{
-    LogCapture logs;
     const std::string answer = "session answer long enough to live on the heap";
     for (int round = 0; round < 200; ++round) {
         Pending<std::string> pending;

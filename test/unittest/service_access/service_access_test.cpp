@@ -1,44 +1,30 @@
-// Reaching the service: the envelope's bytes, the three send operations and how their failures map, and the shared
-// proxy's lookup, its races and its renewal.
+// Reaching the service (the envelope, the three send operations and their failures, the shared proxy's lookup), the
+// service emulator by itself (refusals, hook, event log), and the demo run as a user runs it.
 #include <gtest/gtest.h>
+
+#include <sys/wait.h>
 
 #include <atomic>
 #include <climits>
+#include <cstdlib>
 
+#include "audio_transfer_ability.h"
 #include "collaboration_ability.h"
 #include "service_fixture.h"
+#include "wire.h"
 
 namespace OHOS::TarnbyTest {
 namespace {
 using Tarnby::ITarnbyService;
 using Tarnby::TarnbyProxy;
-constexpr size_t TOKEN_BYTES = 68;              // the service token as the platform writes it
-constexpr size_t DEFAULT_MAX_CAPACITY = 204800; // a MessageParcel's limit unless raised
+using namespace TarnbyEmulator;
+constexpr size_t TOKEN_BYTES = 68; // the service token as the platform writes it
 
-void AppendWord(std::vector<uint8_t> &bytes, uint32_t value)
+// Strict-mode word 0x100, work source 0, the service token; then `fields`.
+template <typename... Fields>
+std::vector<uint8_t> EnvelopeBytes(Fields... fields)
 {
-    for (int shift = 0; shift < 32; shift += 8) {
-        bytes.push_back(static_cast<uint8_t>(value >> shift));
-    }
-}
-
-// Strict-mode word 0x100, work source 0, the UTF-16 length, the units, a zero unit, padding to 4; then `fields`.
-std::vector<uint8_t> EnvelopeBytes(std::initializer_list<uint32_t> fields)
-{
-    const std::u16string token = u"ohos.ITarnby.ITarnbyService";
-    std::vector<uint8_t> bytes;
-    AppendWord(bytes, 0x100);
-    AppendWord(bytes, 0);
-    AppendWord(bytes, static_cast<uint32_t>(token.size()));
-    for (char16_t unit : token + u'\0') {
-        bytes.push_back(static_cast<uint8_t>(unit & 0xFF));
-        bytes.push_back(static_cast<uint8_t>(unit >> 8));
-    }
-    bytes.resize((bytes.size() + 3) / 4 * 4);
-    for (uint32_t field : fields) {
-        AppendWord(bytes, field);
-    }
-    return bytes;
+    return Wire().Words(0x100, 0).Str(u"ohos.ITarnby.ITarnbyService").Words(fields...).Bytes();
 }
 
 std::vector<uint8_t> Tail(const MessageParcel &parcel, size_t size)
@@ -53,7 +39,7 @@ TEST(EnvelopeTest, TokenThenFiveFieldsAndEachFailureItsCode)
     MessageParcel data;
     ASSERT_TRUE(data.WriteInt32(-1));
     ASSERT_EQ(TarnbyProxy::BuildCollaborationServiceCode(data, 103, 7, 0x01020304, 0xFFFFFFFF, 9), 0);
-    std::vector<uint8_t> expected = EnvelopeBytes({103, 7, 0x01020304, 0xFFFFFFFF, 9});
+    std::vector<uint8_t> expected = EnvelopeBytes(103, 7, 0x01020304, 0xFFFFFFFF, 9);
     ASSERT_EQ(expected.size(), TOKEN_BYTES + 20);
     EXPECT_EQ(data.GetDataSize(), 4 + expected.size());
     EXPECT_EQ(Tail(data, expected.size()), expected);
@@ -63,14 +49,13 @@ TEST(EnvelopeTest, TokenThenFiveFieldsAndEachFailureItsCode)
         SCOPED_TRACE("room " + std::to_string(room));
         logs.Clear();
         MessageParcel full;
-        std::vector<uint8_t> filler(DEFAULT_MAX_CAPACITY - room, 0xEE);
-        ASSERT_TRUE(full.WriteBuffer(filler.data(), filler.size()));
+        LeaveRoom(full, room);
         int32_t status = TarnbyProxy::BuildCollaborationServiceCode(full, 11, 12, 13, 14, 15);
         EXPECT_EQ(status, room < TOKEN_BYTES ? 1006 : 1007);
         EXPECT_EQ(logs.Logged(LOG_ERROR, "TRBYProxy", "write interface token failed"), room < TOKEN_BYTES);
         EXPECT_EQ(logs.Logged(LOG_ERROR, "TRBYProxy", "write to parcel failed"), room >= TOKEN_BYTES);
         if (room >= TOKEN_BYTES) {
-            std::vector<uint8_t> written = EnvelopeBytes({11, 12, 13, 14});
+            std::vector<uint8_t> written = EnvelopeBytes(11, 12, 13, 14);
             written.resize(room);
             EXPECT_EQ(Tail(full, room), written);
         }
@@ -98,7 +83,7 @@ protected:
     }
 };
 
-TEST_P(SendOperationTest, EnvelopeArrivesWithTheRequestCodeAndOption)
+TEST_P(SendOperationTest, EnvelopeArrivesWithTheRequestCodeAndOptionAndFailuresBecome1008Or1009)
 {
     Script([](const DecodedRequest &) { return std::vector<int32_t>{-4242}; });
     sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
@@ -121,12 +106,7 @@ TEST_P(SendOperationTest, EnvelopeArrivesWithTheRequestCodeAndOption)
     EXPECT_EQ(requests[0].waitTime, 8);
     EXPECT_EQ(requests[1].waitTime, 3);
     EXPECT_EQ(logs_.FunctionOf("enter"), GetParam().name);
-}
-
-// The service's status reaches the proxy only with an empty reply; whatever it is, the caller sees 1008.
-TEST_P(SendOperationTest, FailuresBecome1008Or1009)
-{
-    sptr<ITarnbyService> proxy = TarnbyProxy::GetInstance();
+    // The service's status reaches the proxy only with an empty reply; whatever it is, the caller sees 1008.
     for (int error : {-1, 1, 305, INT_MIN, INT_MAX}) {
         ScriptTransportFailure(error);
         MessageParcel reply;
@@ -152,9 +132,7 @@ const SendCase SEND_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(EachOperation, SendOperationTest, testing::ValuesIn(SEND_CASES),
                          [](const auto &info) { return std::string(info.param.name); });
 
-using ProxyLookupTest = ServiceTest;
-
-TEST_F(ProxyLookupTest, OneProxyIsKeptAndFailedLookupsKeepNothing)
+TEST_F(ServiceTest, OneProxyIsKeptUntilDestroyedFailedLookupsKeepNothingAndFirstCallersShareOne)
 {
     size_t before = HostSamgr::GetSystemAbilityCallCount();
     sptr<ITarnbyService> first = TarnbyProxy::GetInstance();
@@ -163,7 +141,24 @@ TEST_F(ProxyLookupTest, OneProxyIsKeptAndFailedLookupsKeepNothing)
     EXPECT_EQ(TarnbyProxy::GetTarnbyRemoteObject(), first->AsObject());
     EXPECT_TRUE(first->AsObject()->IsProxyObject());
     EXPECT_EQ(HostSamgr::GetSystemAbilityCallCount() - before, 1u);
-
+    // After DestoryInstance the next caller finds the service as it is now; a copy held from before keeps its object.
+    emulator_.Kill();
+    TarnbyProxy::DestoryInstance();
+    EXPECT_FALSE(logs_.Find("clear resource when death")); // `first` still holds the proxy
+    ASSERT_TRUE(emulator_.Restart());
+    sptr<ITarnbyService> current = TarnbyProxy::GetInstance();
+    ASSERT_NE(current, nullptr);
+    EXPECT_NE(current, first);
+    EXPECT_EQ(current->AsObject(), TarnbyProxy::GetTarnbyRemoteObject());
+    EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1),
+              TarnbyEmulator::EMU_ERR_UNKNOWN_SESSION); // reaches the new service
+    MessageParcel data;
+    MessageParcel reply;
+    MessageOption option;
+    EXPECT_EQ(first->CollaborationToDeviceEvent(data, reply, option), 1008);
+    first = nullptr;
+    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYProxy", "clear resource when death"));
+    // A failed lookup keeps nothing: every caller asks again.
     TarnbyProxy::DestoryInstance();
     emulator_.Stop();
     before = HostSamgr::GetSystemAbilityCallCount();
@@ -177,11 +172,7 @@ TEST_F(ProxyLookupTest, OneProxyIsKeptAndFailedLookupsKeepNothing)
     HostSamgr::SetManagerAvailable(true);
     ASSERT_TRUE(emulator_.Start());
     EXPECT_NE(TarnbyProxy::GetInstance(), nullptr);
-}
-
-// Every round starts with no proxy and lets several threads ask at once: one lookup, one proxy for all of them.
-TEST_F(ProxyLookupTest, ConcurrentFirstCallersShareOneLookup)
-{
+    // Every round starts with no proxy and lets several threads ask at once: one lookup, one proxy for all of them.
     constexpr int threadCount = 4;
     for (int round = 0; round < 200; ++round) {
         TarnbyProxy::DestoryInstance();
@@ -206,27 +197,85 @@ TEST_F(ProxyLookupTest, ConcurrentFirstCallersShareOneLookup)
     }
 }
 
-// After DestoryInstance the next caller finds the service as it is now; a copy held from before keeps its object.
-TEST_F(ProxyLookupTest, DestroyLooksTheServiceUpAgain)
+// The service token, the service code, then `body`.
+Body Envelope(uint32_t serviceType, uint32_t sub, const Body &body = Fields())
 {
-    sptr<ITarnbyService> old = TarnbyProxy::GetInstance();
-    ASSERT_NE(old, nullptr);
-    emulator_.Kill();
-    TarnbyProxy::DestoryInstance();
-    EXPECT_FALSE(logs_.Find("clear resource when death")); // `old` still holds the proxy
-    ASSERT_TRUE(emulator_.Restart());
-    sptr<ITarnbyService> current = TarnbyProxy::GetInstance();
-    ASSERT_NE(current, nullptr);
-    EXPECT_NE(current, old);
-    EXPECT_EQ(current->AsObject(), TarnbyProxy::GetTarnbyRemoteObject());
-    EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1),
-              TarnbyEmulator::EMU_ERR_UNKNOWN_SESSION); // reaches the new service
-    MessageParcel data;
-    MessageParcel reply;
-    MessageOption option;
-    EXPECT_EQ(old->CollaborationToDeviceEvent(data, reply, option), 1008);
-    old = nullptr;
-    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYProxy", "clear resource when death"));
+    return [=](MessageParcel &data) {
+        data.WriteInterfaceToken(SERVICE_TOKEN);
+        WriteServiceCode(data, serviceType, sub);
+        body(data);
+    };
+}
+
+TEST_F(ServiceTest, MalformedAndForeignRequestsAreRefusedAndNamed)
+{
+    // A hand-made request: the int32 at the head of the reply, or the send status when there is none.
+    auto Answer = [this](uint32_t code, const Body &fill) {
+        MessageParcel data;
+        MessageParcel reply;
+        fill(data);
+        int status = SendCallback(emulator_.ServiceObject(), code, data, &reply);
+        return reply.GetDataSize() == 0 ? status : reply.ReadInt32();
+    };
+    const std::pair<Body, std::string> truncated[] = {
+        {Fields([](MessageParcel &d) { d.WriteInterfaceToken(SERVICE_TOKEN); }, 103u),
+         "request 101: subServiceType missing"},
+        {Envelope(103, 7, Fields(0)), "StartCollaboration: localId missing"},
+        {Envelope(103, 7, Fields(0, 1, 0)), "StartCollaboration: target absent"},
+        {Envelope(103, 13, Fields(1, 4000000u, 0)),
+         "SendCollaborationData: data missing"}, // a length beyond what the parcel holds sizes nothing
+        {Envelope(103, 13, Fields(1, 0x3FF001u)), "SendCollaborationData: dataLen out of range"},
+        {Envelope(104, 27, Fields("peer", "speaker")), "InitAudioTransfer: businessType missing"},
+    };
+    for (const auto &[fill, problem] : truncated) {
+        EXPECT_EQ(Answer(101, fill), EMU_ERR_MALFORMED) << problem;
+        EXPECT_TRUE(logs_.Find("request refused with 290002: " + problem)) << problem;
+    }
+    EXPECT_EQ(Answer(601, Envelope(103, 7)), EMU_ERR_UNKNOWN_OPERATION); // right operation, wrong request code
+    EXPECT_EQ(Answer(101, Envelope(103, 99)), EMU_ERR_UNKNOWN_OPERATION);
+    EXPECT_TRUE(logs_.Find("request refused with 290003: request 101 (103/99/0/0/0) names no operation"));
+    EXPECT_EQ(Answer(101, [](MessageParcel &d) { d.WriteInterfaceToken(CALLBACK_TOKEN); }), EMU_ERR_WRONG_TOKEN);
+    EXPECT_EQ(emulator_.EventsOfKind("request.rejected").size(), std::size(truncated) + 3);
+    EXPECT_TRUE(emulator_.Sessions().empty());
+}
+
+TEST_F(ServiceTest, HookAnswersInsteadOfTheEmulatorUntilRemovedAndTheEventLogKeepsTheLatest)
+{
+    emulator_.SetRequestHook([](const DecodedRequest &request) -> std::optional<ScriptedReply> {
+        if (request.operation == "StopCollaboration") {
+            return ScriptedReply{0, {-5}};
+        }
+        return request.operation == "StartAudioTransfer" ? std::optional(ScriptedReply{7, {}}) : std::nullopt;
+    });
+    EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1), -5);
+    EXPECT_EQ(Tarnby::AudioTransferAbility::GetInstance().StartAudioTransfer(1), 461374453);
+    EXPECT_EQ(Tarnby::AudioTransferAbility::GetInstance().StopAudioTransfer(1), EMU_ERR_UNKNOWN_CONNECTION);
+    emulator_.SetRequestHook(nullptr);
+    EXPECT_EQ(Tarnby::CollaborationAbility::GetInstance().StopCollaboration(1), EMU_ERR_UNKNOWN_SESSION);
+    EXPECT_EQ(emulator_.Requests().size(), 4u);
+    EXPECT_TRUE(emulator_.WaitForRequests(4, 0ms));
+    // The event log keeps the latest 10,000 events, oldest first, whatever came before.
+    uint64_t first = emulator_.Events().back().sequence;
+    for (int i = 0; i < 10005; ++i) {
+        emulator_.PeerSendEvent(-1 - i, "x"); // logged as undelivered: an unknown session
+    }
+    auto events = emulator_.Events();
+    ASSERT_EQ(events.size(), 10000u);
+    EXPECT_EQ(events.front().sequence, first + 6);
+    EXPECT_EQ(events.back().sequence, first + 10005);
+    EXPECT_EQ(events.back().id, -10005);
+}
+
+// The demo checks its own key results (its transcript says which) and exits 0 only when every scenario is as expected;
+// a usage error is 2.
+TEST(DemoTest, RunsEveryScenarioAsExpectedAndRefusesBadArguments)
+{
+    auto run = [](const std::string &arguments) {
+        int status = std::system((std::string(TARNBY_DEMO_PATH) + " " + arguments).c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    EXPECT_EQ(run("all"), 0);
+    EXPECT_EQ(run("bogus 2>/dev/null"), 2);
 }
 } // namespace
 } // namespace OHOS::TarnbyTest
