@@ -6,16 +6,14 @@
 #include <benchmark/benchmark.h>
 
 #include <condition_variable>
-#include <cstdio>
-#include <map>
 #include <mutex>
-#include <string>
 #include <thread>
 
 #include "audio_transfer_ability.h"
 #include "host_ipc_proxy.h"
 #include "ipc_object_stub.h"
 #include "iservice_registry.h"
+#include "ratio_reporter.h"
 #include "tarnby_proxy.h"
 
 namespace OHOS::IpcBenchmark {
@@ -95,55 +93,13 @@ void BM_CondvarPingPong(benchmark::State &state)
 }
 BENCHMARK(BM_CondvarPingPong);
 
-// Keeps each benchmark's time per iteration so that the ratios can be printed after the table. With
-// --benchmark_repetitions the medians are compared (add --benchmark_enable_random_interleaving=true so that a
-// burst of load on the machine spreads over all three instead of landing on one).
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run> &runs) override
-    {
-        for (const auto &run : runs) {
-            bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
-            if (!run.error_occurred && (median || run.run_type == Run::RT_Iteration)) {
-                (median ? medians_ : lastRuns_)[run.run_name.function_name] = run.GetAdjustedRealTime();
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void PrintRatios() const
-    {
-        double bare = Get("BM_BareRoundTrip");
-        if (bare <= 0) {
-            return;
-        }
-        std::printf("%s library request / bare round trip: %.2fx (goal <= 1.2x)\n", Kind(),
-                    Get("BM_LibraryRequest") / bare);
-        std::printf("%s condvar ping-pong / bare round trip: %.2fx\n", Kind(), Get("BM_CondvarPingPong") / bare);
-    }
-
-private:
-    const char *Kind() const
-    {
-        return medians_.empty() ? "last run:" : "medians:";
-    }
-    double Get(const std::string &name) const
-    {
-        const auto &times = medians_.empty() ? lastRuns_ : medians_;
-        auto found = times.find(name);
-        return found == times.end() ? 0 : found->second;
-    }
-    std::map<std::string, double> lastRuns_;
-    std::map<std::string, double> medians_;
-};
 } // namespace
 } // namespace OHOS::IpcBenchmark
 
 int main(int argc, char **argv)
 {
-    benchmark::Initialize(&argc, argv);
-    OHOS::IpcBenchmark::RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.PrintRatios();
-    benchmark::Shutdown();
+    OHOS::TarnbyBenchmark::RunWithRatios(argc, argv,
+        {{"library request / bare round trip (goal <= 1.2x)", "BM_LibraryRequest", "BM_BareRoundTrip", false},
+         {"condvar ping-pong / bare round trip", "BM_CondvarPingPong", "BM_BareRoundTrip", false}});
     return 0;
 }

@@ -352,7 +352,7 @@ bool Connection::HandleFrame(std::vector<uint8_t> &message, ReceivedFds &fds, st
     }
 }
 
-bool Connection::Decode(Incoming &frame, MessageParcel &to, std::string &why)
+bool Connection::Decode(Incoming &frame, MessageParcel &to, bool adoptMapping, std::string &why)
 {
     const FrameHeader &header = frame.header;
     MappedData mapped;
@@ -407,6 +407,11 @@ bool Connection::Decode(Incoming &frame, MessageParcel &to, std::string &why)
     }
     if (header.maxCapacity > to.GetMaxCapacity()) {
         to.SetMaxCapacity(header.maxCapacity); // the sender's raised limit travels with the parcel, as in-process
+    }
+    if (adoptMapping && mapped.address != MAP_FAILED &&
+        ParcelCrossing::AdoptMapping(to, mapped.address, mapped.size, entries)) {
+        mapped.address = MAP_FAILED; // the parcel's now
+        return true;
     }
     if (!ParcelCrossing::Adopt(to, data, header.dataSize, entries)) {
         why = "the parcel cannot hold the data";
@@ -468,7 +473,7 @@ bool Connection::HandleRequest(Incoming &frame, std::string &why)
 {
     const FrameHeader header = frame.header;
     auto request = std::make_shared<MessageParcel>();
-    if (!Decode(frame, *request, why)) {
+    if (!Decode(frame, *request, true, why)) {
         return false;
     }
     sptr<IRemoteObject> target = Exported(header.handle);
@@ -542,7 +547,7 @@ bool Connection::HandleReply(Incoming &frame, std::string &why)
     bool decoded = true;
     auto finish = [&](bool waiting, int &) {
         MessageParcel late;
-        decoded = Decode(frame, waiting ? *call.reply : late, why);
+        decoded = Decode(frame, waiting ? *call.reply : late, false, why);
     };
     int result = static_cast<int>(frame.header.code);
     if (call.waiter == nullptr) {

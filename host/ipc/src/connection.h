@@ -119,8 +119,9 @@ private:
     bool HandleRequest(Incoming &frame, std::string &why);
     bool HandleReply(Incoming &frame, std::string &why);
     bool HandleRelease(const FrameHeader &header, std::string &why);
-    // Builds the parcel the frame carries into `to`: the peer's objects as proxies, ours as themselves.
-    bool Decode(Incoming &frame, MessageParcel &to, std::string &why);
+    // Builds the parcel the frame carries into `to`: the peer's objects as proxies, ours as themselves. With
+    // `adoptMapping` an empty `to` reads data that came in a memfd where it is mapped (a request's parcel).
+    bool Decode(Incoming &frame, MessageParcel &to, bool adoptMapping, std::string &why);
     bool DecodeEntry(Incoming &frame, size_t offset, size_t &fdIndex, TableEntry &entry,
                      std::vector<sptr<RemoteHandle>> &imported, std::string &why);
     bool Encode(FrameHeader header, const MessageParcel &parcel, std::vector<uint8_t> &message, std::vector<int> &fds,

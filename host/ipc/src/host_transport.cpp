@@ -3,6 +3,7 @@
 #include "host_transport.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <condition_variable>
@@ -113,11 +114,49 @@ bool ParcelCrossing::Adopt(MessageParcel &to, const uint8_t *bytes, size_t size,
     if (size != 0 && !AppendBytes(to, bytes, size)) {
         return false;
     }
+    RecordEntries(to, base, entries);
+    return true;
+}
+
+namespace {
+// Storage of a parcel that reads a mapping it was given: it never grows, and letting go of it unmaps it.
+class MappingAllocator : public Allocator {
+public:
+    explicit MappingAllocator(size_t size) : size_(size) {}
+    void *Alloc(size_t) override
+    {
+        return nullptr;
+    }
+    void *Realloc(void *, size_t) override
+    {
+        return nullptr;
+    }
+    void Dealloc(void *data) override
+    {
+        munmap(data, size_);
+    }
+
+private:
+    size_t size_;
+};
+} // namespace
+
+bool ParcelCrossing::AdoptMapping(MessageParcel &to, void *mapping, size_t size, std::vector<TableEntry> &entries)
+{
+    if (to.GetDataSize() != 0 || size == 0 || !to.SetAllocator(new (std::nothrow) MappingAllocator(size)) ||
+        !to.ParseFrom(reinterpret_cast<uintptr_t>(mapping), size)) {
+        return false;
+    }
+    RecordEntries(to, 0, entries);
+    return true;
+}
+
+void ParcelCrossing::RecordEntries(MessageParcel &to, size_t base, std::vector<TableEntry> &entries)
+{
     for (TableEntry &entry : entries) {
         to.objects_[base + entry.offset] = MessageParcel::ObjectEntry{std::move(entry.object), entry.fd};
         entry.fd = -1;
     }
-    return true;
 }
 
 bool ParcelCrossing::Cross(const MessageParcel &from, MessageParcel &to)

@@ -26,6 +26,10 @@ public:
     // Appends `size` bytes and records `entries` (offsets relative to `bytes`); the parcel takes their
     // descriptors (set to -1 in `entries`) when it succeeds.
     static bool Adopt(MessageParcel &to, const uint8_t *bytes, size_t size, std::vector<TableEntry> &entries);
+    // Like Adopt, but an empty `to` takes the mapping of `size` bytes itself as its read-only data, as a request
+    // on the device reads the driver's buffer: no copy, and the mapping goes with the parcel. False (nothing
+    // taken) when `to` already holds data.
+    static bool AdoptMapping(MessageParcel &to, void *mapping, size_t size, std::vector<TableEntry> &entries);
 
     // Appends `from` to `to` as the receiving process sees it: the same bytes (the maximum capacity raised to
     // match), every object as its shared proxy, every descriptor duplicated. `from` is left as it was.
@@ -38,6 +42,7 @@ private:
     static bool Translate(const MessageParcel::ObjectEntry &entry, size_t offset, std::vector<uint8_t> &bytes,
                           size_t base, Objects &received);
     static bool AppendBytes(MessageParcel &to, const uint8_t *bytes, size_t size);
+    static void RecordEntries(MessageParcel &to, size_t base, std::vector<TableEntry> &entries);
     static void CloseAll(Objects &objects);
 };
 

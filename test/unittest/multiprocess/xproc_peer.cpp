@@ -73,15 +73,20 @@ private:
         int fd = data.ReadFileDescriptor();
         uint32_t size = data.ReadUint32();
         const auto *bytes = static_cast<const uint8_t *>(data.ReadRawData(size));
+        uint32_t inlineSize = data.ReadUint32();
+        const uint8_t *inlineBytes = data.ReadUnpadBuffer(inlineSize);
         char text[64] = {};
         ssize_t got = fd < 0 ? -1 : pread(fd, text, sizeof(text) - 1, 0);
         if (fd >= 0) {
             close(fd);
         }
-        if (got < 0 || bytes == nullptr) {
+        if (got < 0 || bytes == nullptr || inlineBytes == nullptr) {
             return -1;
         }
-        return reply.WriteString(text) && reply.WriteUint64(SumOf(bytes, size)) ? 0 : -1;
+        return reply.WriteString(text) && reply.WriteUint64(SumOf(bytes, size)) &&
+                       reply.WriteUint64(SumOf(inlineBytes, inlineSize))
+                   ? 0
+                   : -1;
     }
 
     std::mutex mutex_;

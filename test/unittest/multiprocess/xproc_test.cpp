@@ -137,11 +137,14 @@ TEST_F(CrossProcessTest, DescriptorAndLargestRawDataCross)
     ASSERT_TRUE(data.WriteFileDescriptor(file));
     ASSERT_TRUE(data.WriteUint32(static_cast<uint32_t>(raw.size())));
     ASSERT_TRUE(data.WriteRawData(raw.data(), raw.size()));
+    constexpr uint32_t INLINE_SIZE = 150000; // the parcel travels in a memfd, which the service reads where it lies
+    ASSERT_TRUE(data.WriteUint32(INLINE_SIZE) && data.WriteUnpadBuffer(raw.data() + 1, INLINE_SIZE));
     close(file);
     MessageParcel reply;
     ASSERT_EQ(Ask(FindService(), CHECK_TRANSFER, data, reply), 0);
     EXPECT_EQ(reply.ReadString(), "told through a descriptor");
     EXPECT_EQ(reply.ReadUint64(), SumOf(raw.data(), raw.size()));
+    EXPECT_EQ(reply.ReadUint64(), SumOf(raw.data() + 1, INLINE_SIZE));
 }
 
 TEST_F(CrossProcessTest, ServiceKilledDuringASynchronousCallThenFoundAgain)
