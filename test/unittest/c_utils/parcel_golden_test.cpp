@@ -364,6 +364,10 @@ TEST(ParcelGoldenTest, EveryWriteRowGivesThePlatformBytes)
         std::string notes = row.at("notes") + ";";
         EXPECT_EQ(notes.substr(0, notes.find(';', notes.find("; size") + 1)), outcome);
         EXPECT_EQ(Hex(parcel), row.at("hex"));
+        Parcel roomy; // the same bytes when the storage is already there (the one-pass paths)
+        ASSERT_TRUE(roomy.SetDataCapacity(4096));
+        EXPECT_EQ("returns " + replay(roomy), outcome.substr(0, outcome.find("; size")));
+        EXPECT_EQ(Hex(roomy), row.at("hex"));
     });
 }
 

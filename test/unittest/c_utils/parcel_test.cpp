@@ -202,8 +202,11 @@ TEST(ParcelWriteTest, SetAllocatorOwnsTheAllocatorAWriteFaultFailsTheNthWriteAnd
     EXPECT_EQ(Hex(parcel), "0100000000010000020000006100620000000000");
     HostParcel::FailNthWrite(3); // count, first element, then the second element fails
     EXPECT_TRUE(!parcel.WriteInt32Vector({7, 8, 9}) && parcel.GetDataSize() == 28u);
-    HostParcel::FailNthWrite(2);
+    HostParcel::FailNthWrite(2); // a plain record keeps its presence flag, a binder object goes whole or not at all
     EXPECT_FALSE(parcel.WriteStrongParcelable(new IntParcelable(4)));
+    IntParcelable binder(4, true);
+    HostParcel::FailNthWrite(2);
+    EXPECT_TRUE(!parcel.WriteParcelable(&binder) && parcel.GetDataSize() == 32u);
     HostParcel::FailNthWrite(0);
     EXPECT_TRUE(parcel.WriteInt64(1) && HostParcel::WriteCount() == 1u);
     // Two threads write one shared record; its behaviour flag is updated atomically (the TSan build checks the race).

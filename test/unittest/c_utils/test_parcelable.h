@@ -25,10 +25,10 @@ inline std::string Hex(const Parcel &parcel, size_t from = 0)
     return Hex(reinterpret_cast<const uint8_t *>(parcel.GetData()) + from, parcel.GetDataSize() - from);
 }
 
-// The smallest record: one int32 on the wire.
+// The smallest record: one int32 on the wire (a binder object's stand-in when `asRemote`).
 class IntParcelable : public Parcelable {
 public:
-    explicit IntParcelable(int32_t value) : value_(value) {}
+    explicit IntParcelable(int32_t value, bool asRemote = false) : Parcelable(asRemote), value_(value) {}
     bool Marshalling(Parcel &parcel) const override
     {
         return parcel.WriteInt32(value_);
