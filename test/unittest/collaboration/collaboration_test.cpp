@@ -92,6 +92,11 @@ struct RequestCase {
     std::string body;
 };
 
+void PrintTo(const RequestCase &row, std::ostream *out) // its name in test listings, not its bytes
+{
+    *out << row.name;
+}
+
 class StartRequestTest : public CollaborationTest, public testing::WithParamInterface<RequestCase> {};
 
 TEST_P(StartRequestTest, CarriesItsFieldsInWireOrder)

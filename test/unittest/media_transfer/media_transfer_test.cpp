@@ -32,6 +32,11 @@ struct MediaCase {
     std::string body;
 };
 
+void PrintTo(const MediaCase &row, std::ostream *out) // its name in test listings, not its bytes
+{
+    *out << row.name;
+}
+
 class MediaRequestTest : public ServiceTest, public testing::WithParamInterface<MediaCase> {};
 
 TEST_P(MediaRequestTest, SendsItsFieldsInOrderAndMapsTheServicesFailures)

@@ -70,6 +70,11 @@ struct SendCase {
     uint32_t requestCode;
 };
 
+void PrintTo(const SendCase &row, std::ostream *out) // its name in test listings, not its bytes
+{
+    *out << row.name;
+}
+
 class SendOperationTest : public ServiceTest, public testing::WithParamInterface<SendCase> {
 protected:
     // An envelope with distinct values in all five fields and a marker as the body.
