@@ -148,6 +148,10 @@ std::vector<std::string> ErrorLines(const LogCapture &logs)
         if (library && record.level == LOG_ERROR && LogCapture::Message(record) != "enter") {
             lines.push_back(LogCapture::Message(record));
         }
+        if (LogCapture::Message(record) == "collaborationSessionId write failed") { // the audio front's too
+            EXPECT_EQ(std::make_pair(record.tag, record.domain),
+                      std::make_pair(std::string("TRBYCollaboration"), 0xD004624u));
+        }
     }
     return lines;
 }
