@@ -98,7 +98,8 @@ BENCHMARK(BM_CondvarPingPong);
 
 int main(int argc, char **argv)
 {
-    OHOS::TarnbyBenchmark::RunWithRatios(argc, argv,
+    OHOS::TarnbyBenchmark::RunWithRatios(
+        argc, argv,
         {{"library request / bare round trip (goal <= 1.2x)", "BM_LibraryRequest", "BM_BareRoundTrip", false},
          {"condvar ping-pong / bare round trip", "BM_CondvarPingPong", "BM_BareRoundTrip", false}});
     return 0;

@@ -14,9 +14,9 @@
 namespace OHOS::TarnbyBenchmark {
 struct Ratio {
     std::string what;
-    std::string numerator;   // benchmark function names
+    std::string numerator; // benchmark function names
     std::string denominator;
-    bool bytesPerSecond;     // compare throughput (numerator's bytes/s over the denominator's) instead of time
+    bool bytesPerSecond; // compare throughput (numerator's bytes/s over the denominator's) instead of time
 };
 
 class RatioReporter : public benchmark::ConsoleReporter {

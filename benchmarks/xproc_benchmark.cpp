@@ -103,7 +103,8 @@ public:
     uint32_t received = 0;
 };
 
-pid_t Spawn(const char *path, const char *argument)
+// This program once more as the peer; returns once the peer says it serves.
+pid_t SpawnPeer()
 {
     int out[2];
     if (pipe(out) != 0) {
@@ -113,13 +114,13 @@ pid_t Spawn(const char *path, const char *argument)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, out[0]);
-    char *argv[] = {const_cast<char *>(path), const_cast<char *>(argument), nullptr};
+    char *argv[] = {const_cast<char *>("/proc/self/exe"), const_cast<char *>("--serve"), nullptr};
     pid_t pid = -1;
-    posix_spawn(&pid, path, &actions, nullptr, argv, environ);
+    posix_spawn(&pid, argv[0], &actions, nullptr, argv, environ);
     posix_spawn_file_actions_destroy(&actions);
     close(out[1]);
     char ready[128] = {};
-    ssize_t got = read(out[0], ready, sizeof(ready) - 1); // the first line says it serves
+    ssize_t got = read(out[0], ready, sizeof(ready) - 1);
     close(out[0]);
     return got > 0 ? pid : -1;
 }
@@ -229,7 +230,8 @@ void BM_RawDataIntoCallbackHook(benchmark::State &state)
         MessageOption option;
         data.WriteRemoteObject(hook->AsObject());
         data.WriteUint32(RAW_SIZE);
-        if (remote == nullptr || remote->SendRequest(SEND_RAW, data, reply, option) != 0 || hook->received != RAW_SIZE) {
+        if (remote == nullptr || remote->SendRequest(SEND_RAW, data, reply, option) != 0 ||
+            hook->received != RAW_SIZE) {
             state.SkipWithError("the hook did not get the block");
             break;
         }
@@ -265,14 +267,14 @@ int main(int argc, char **argv)
     }
     // The peer lives as long as the run: a benchmark is entered several times, and a service that ended in
     // between would leave the library holding a proxy to a dead process.
-    pid_t peer = OHOS::XprocBenchmark::Spawn("/proc/self/exe", "--serve");
+    pid_t peer = OHOS::XprocBenchmark::SpawnPeer();
     OHOS::TarnbyBenchmark::RunWithRatios(argc, argv,
-        {{"null round trip / socketpair ping-pong (time, goal <= 1.5x)", "BM_NullRoundTrip", "BM_RawSocketPingPong",
-          false},
-         {"SendCollaborationData / 4 MiB into fresh pages (time, goal <= 2.5x)", "BM_SendCollaborationData",
-          "BM_CopyFourMiBIntoFreshPages", false},
-         {"raw data into a hook / warm memcpy (bandwidth, goal >= 0.5x)", "BM_RawDataIntoCallbackHook",
-          "BM_MemcpyWarm128MiB", true}});
+                                         {{"null round trip / socketpair ping-pong (time, goal <= 1.5x)",
+                                           "BM_NullRoundTrip", "BM_RawSocketPingPong", false},
+                                          {"SendCollaborationData / 4 MiB into fresh pages (time, goal <= 2.5x)",
+                                           "BM_SendCollaborationData", "BM_CopyFourMiBIntoFreshPages", false},
+                                          {"raw data into a hook / warm memcpy (bandwidth, goal >= 0.5x)",
+                                           "BM_RawDataIntoCallbackHook", "BM_MemcpyWarm128MiB", true}});
     OHOS::XprocBenchmark::End(peer);
     return 0;
 }

@@ -117,8 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     using namespace OHOS;
     using namespace OHOS::TarnbyFuzz;
-    [[maybe_unused]] static const bool quiet = QuietLogs();
-    FuzzInput in(data, size);
+    FuzzInput in = OpenInput(data, size);
     auto target = in.ConsumeIntegral<uint8_t>();
     if (target >= 0xF0) {
         FuzzExtraInfo(in);
@@ -130,11 +129,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     DescriptorLeakCheck leakCheck;
     sptr<Tarnby::CallbackSkeleton> callback = CALLBACKS[target % std::size(CALLBACKS)]();
-    uint32_t code = WireNumber(in);
-    MessageParcel request;
-    WritePeerRequest(in, request, CALLBACK_TOKEN);
-    MessageParcel reply;
-    MessageOption option;
-    callback->OnRemoteRequest(code, request, reply, option);
+    DeliverPeerRequest(in, CALLBACK_TOKEN, [&callback](uint32_t code, auto &request, auto &reply, auto &option) {
+        callback->OnRemoteRequest(code, request, reply, option);
+    });
     return 0;
 }

@@ -15,6 +15,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include "ipc_object_stub.h"
+#include "message_option.h"
 #include "message_parcel.h"
 #if __has_include("host_log.h")
 #include "host_log.h"
@@ -31,16 +32,17 @@ inline constexpr uint32_t WIRE_NUMBERS[] = {
     401,   501,   502,   503,    504,    505,      506,       507,       601,       10001, 40001, 40002,
     32768, 32769, 70633, 320001, 320016, 0x3FF000, 0x8000000, 0x8000001, 0xFFFFFFFF};
 
-// Keeps the library's log lines out of the fuzzer's output (on the host; a device build logs as usual).
-inline bool QuietLogs()
+using FuzzInput = FuzzedDataProvider; // integers come from the end of the input, bytes from the front
+
+// One run's input. The first call also keeps the library's log lines out of the fuzzer's output (on the host; a
+// device build logs as usual).
+inline FuzzInput OpenInput(const uint8_t *data, size_t size)
 {
 #if __has_include("host_log.h")
-    HiLogSetSink([](const HiLogRecord &) {});
+    [[maybe_unused]] static const bool quiet = (HiLogSetSink([](const HiLogRecord &) {}), true);
 #endif
-    return true;
+    return FuzzInput(data, size);
 }
-
-using FuzzInput = FuzzedDataProvider; // integers come from the end of the input, bytes from the front
 
 // A protocol number most of the time, any number otherwise.
 inline uint32_t WireNumber(FuzzInput &in)
@@ -121,6 +123,18 @@ inline void WritePeerRequest(FuzzInput &in, MessageParcel &parcel, const std::u1
         parcel.WriteUint32((head & (0x10 << qualifier)) ? WireNumber(in) : 0);
     }
     WritePeerFields(in, parcel, token);
+}
+// A peer's request as it reaches an object: a code (a protocol number most of the time), then the request; `deliver`
+// takes (code, request, reply, option).
+template <typename Deliver>
+void DeliverPeerRequest(FuzzInput &in, const std::u16string &token, Deliver deliver)
+{
+    uint32_t code = WireNumber(in);
+    MessageParcel request;
+    WritePeerRequest(in, request, token);
+    MessageParcel reply;
+    MessageOption option;
+    deliver(code, request, reply, option);
 }
 } // namespace OHOS::TarnbyFuzz
 

@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "fuzz_parcel.h"
-#include "message_option.h"
 #include "tarnby_emulator.h"
 
 namespace {
@@ -15,19 +14,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     using namespace OHOS;
     using namespace OHOS::TarnbyFuzz;
-    [[maybe_unused]] static const bool quiet = QuietLogs();
+    FuzzInput in = OpenInput(data, size);
     static auto *emulator = new TarnbyEmulator::Emulator(); // kept for the whole run: the fuzzer exits, never returns
     static uint32_t inputs = 0;
     if (inputs++ % RESTART_EVERY == 0) { // the first input starts it
         emulator->Stop();
         emulator->Start();
     }
-    FuzzInput in(data, size);
-    uint32_t code = WireNumber(in);
-    MessageParcel request;
-    WritePeerRequest(in, request, SERVICE_TOKEN);
-    MessageParcel reply;
-    MessageOption option;
-    emulator->ServiceObject()->SendRequest(code, request, reply, option);
+    DeliverPeerRequest(in, SERVICE_TOKEN, [](uint32_t code, auto &request, auto &reply, auto &option) {
+        emulator->ServiceObject()->SendRequest(code, request, reply, option);
+    });
     return 0;
 }

@@ -81,8 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     using namespace OHOS;
     using namespace OHOS::TarnbyFuzz;
-    [[maybe_unused]] static const bool quiet = QuietLogs();
-    FuzzInput in(data, size);
+    FuzzInput in = OpenInput(data, size);
     std::string script = in.ConsumeBytesAsString(in.ConsumeIntegral<uint8_t>() % 32 + 1);
     DescriptorLeakCheck leakCheck;
     MessageParcel parcel;
