@@ -46,8 +46,8 @@ bool IsSubStr(const std::string &str, const std::string &sub);
 
 // The text between the first `left` and the next `right` after it, into `sub`. Returns the position of that
 // `right` in `str`, or npos (and `sub` unchanged) when there is no such pair or a delimiter is empty.
-std::string::size_type GetFirstSubStrBetween(const std::string &str, const std::string &left,
-                                             const std::string &right, std::string &sub);
+std::string::size_type GetFirstSubStrBetween(const std::string &str, const std::string &left, const std::string &right,
+                                             std::string &sub);
 
 // Appends every such text to `sub`, scanning on from each closing `right` (which may open the next pair).
 void GetSubStrBetween(const std::string &str, const std::string &left, const std::string &right,

@@ -273,8 +273,6 @@ uint64_t Connection::KillExport(const IRemoteObject *object)
     return dead.handle;
 }
 
-
-
 bool Connection::IsDead()
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -396,8 +394,9 @@ bool Connection::Decode(Incoming &frame, MessageParcel &to, bool adoptMapping, s
         return false;
     }
     for (auto &entry : entries) {
-        auto found = std::find_if(imported.begin(), imported.end(),
-                                  [&entry](const sptr<RemoteHandle> &remote) { return remote.GetRefPtr() == entry.object.GetRefPtr(); });
+        auto found = std::find_if(imported.begin(), imported.end(), [&entry](const sptr<RemoteHandle> &remote) {
+            return remote.GetRefPtr() == entry.object.GetRefPtr();
+        });
         if (found != imported.end()) {
             entry.object = ObjectRegistry::Get().ProxyFor(entry.object);
             auto *proxy = static_cast<IPCObjectProxy *>(entry.object.GetRefPtr());
@@ -645,7 +644,8 @@ bool Connection::Encode(FrameHeader header, const MessageParcel &parcel, std::ve
     size_t tableSize = table.size() * sizeof(uint64_t);
     header.dataInMemfd = sizeof(FrameHeader) + tableSize + dataSize > MAX_MESSAGE ? 1 : 0;
     std::vector<uint8_t> patched(reinterpret_cast<const uint8_t *>(parcel.GetData()),
-                                 reinterpret_cast<const uint8_t *>(parcel.GetData()) + (header.dataInMemfd ? 0 : dataSize));
+                                 reinterpret_cast<const uint8_t *>(parcel.GetData()) +
+                                     (header.dataInMemfd ? 0 : dataSize));
     std::vector<std::pair<size_t, Flat>> flats;
     uint32_t fdCount = 0;
     for (const TableEntry &entry : table) {
@@ -674,16 +674,15 @@ bool Connection::Encode(FrameHeader header, const MessageParcel &parcel, std::ve
     }
     header.fdCount = fdCount;
     if (header.dataInMemfd != 0) {
-        memfd = CreateSealedMemfd(reinterpret_cast<const void *>(parcel.GetData()), dataSize, "host-ipc-frame",
-                                  [&flats](int fd) {
-                                      for (const auto &[offset, flat] : flats) {
-                                          if (pwrite(fd, &flat, FLAT_SIZE, static_cast<off_t>(offset)) !=
-                                              static_cast<ssize_t>(FLAT_SIZE)) {
-                                              return false;
-                                          }
-                                      }
-                                      return true;
-                                  });
+        memfd = CreateSealedMemfd(
+            reinterpret_cast<const void *>(parcel.GetData()), dataSize, "host-ipc-frame", [&flats](int fd) {
+                for (const auto &[offset, flat] : flats) {
+                    if (pwrite(fd, &flat, FLAT_SIZE, static_cast<off_t>(offset)) != static_cast<ssize_t>(FLAT_SIZE)) {
+                        return false;
+                    }
+                }
+                return true;
+            });
         if (memfd < 0) {
             return false;
         }

@@ -12,8 +12,8 @@
 #include "flat_object.h"
 #include "ipc_log.h"
 #include "ipc_object_proxy.h"
-#include "socket_frame.h"
 #include "iremote_object.h"
+#include "socket_frame.h"
 
 namespace OHOS {
 namespace {

@@ -45,7 +45,7 @@ inline FrameHeader NewHeader(FrameKind kind)
 
 constexpr uint32_t FRAME_MAGIC = 0x43504948; // "HIPC"
 constexpr size_t MAX_MESSAGE = 64 * 1024;
-constexpr size_t MAX_FRAME_FDS = 250;                      // below the kernel's SCM_MAX_FD
+constexpr size_t MAX_FRAME_FDS = 250;                     // below the kernel's SCM_MAX_FD
 constexpr uint64_t MAX_FRAME_DATA = 256ULL * 1024 * 1024; // a parcel's data, inline or in a memfd
 
 // Owns descriptors received with a message until someone takes them.

@@ -40,7 +40,8 @@ public:
                        systemAbilityId);
             return ERR_INVALID_VALUE;
         }
-        if (HostSamgr::SocketRegistry::Get().Enabled() && !HostSamgr::SocketRegistry::Get().Add(systemAbilityId, ability)) {
+        if (HostSamgr::SocketRegistry::Get().Enabled() &&
+            !HostSamgr::SocketRegistry::Get().Add(systemAbilityId, ability)) {
             return ERR_INVALID_VALUE;
         }
         std::lock_guard<std::mutex> lock(mutex_);

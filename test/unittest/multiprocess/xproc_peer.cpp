@@ -26,7 +26,8 @@ public:
     {
         switch (code) {
             case ECHO:
-                return reply.WriteInt32(data.ReadInt32() + 1) && reply.WriteInt32(IPCSkeleton::GetCallingPid()) ? 0 : -1;
+                return reply.WriteInt32(data.ReadInt32() + 1) && reply.WriteInt32(IPCSkeleton::GetCallingPid()) ? 0
+                                                                                                                : -1;
             case KEEP_CALLBACK: {
                 sptr<IRemoteObject> callback = data.ReadRemoteObject();
                 if (callback == nullptr || !callback->IsProxyObject() || !callback->AddDeathRecipient(deaths_)) {

@@ -16,13 +16,13 @@ namespace OHOS::TarnbyTest {
 constexpr int32_t TEST_SERVICE_ID = 4001;
 
 enum ServiceCode : uint32_t {
-    ECHO = 1,              // int32 v -> int32 v + 1, int32 calling pid
-    KEEP_CALLBACK = 2,     // object: kept per calling pid, with a death recipient
-    CALL_BACK = 3,         // int32 v -> the kept callback of the caller is asked v synchronously; its answer back
-    HANG = 4,              // prints "hanging" and never answers
-    CHECK_TRANSFER = 5,    // fd, uint32 size, raw data, the same size again and as many bytes inline (a request
-                           // too large for one socket message) -> the text read from the fd, uint64 sum of each
-    CALLBACK_DEATHS = 6,   // -> int32 how many kept callbacks died
+    ECHO = 1,            // int32 v -> int32 v + 1, int32 calling pid
+    KEEP_CALLBACK = 2,   // object: kept per calling pid, with a death recipient
+    CALL_BACK = 3,       // int32 v -> the kept callback of the caller is asked v synchronously; its answer back
+    HANG = 4,            // prints "hanging" and never answers
+    CHECK_TRANSFER = 5,  // fd, uint32 size, raw data, the same size again and as many bytes inline (a request
+                         // too large for one socket message) -> the text read from the fd, uint64 sum of each
+    CALLBACK_DEATHS = 6, // -> int32 how many kept callbacks died
 };
 
 // A callback answers v with v * 1000 + (its pid % 1000), so an answer names the process that gave it.

@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/mman.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -206,8 +206,8 @@ TEST_F(CrossProcessTest, MalformedFramesCloseOnlyThatConnection)
     // Header words: magic, kind | in-memfd << 16, code, flags, call id (2), handle (2), threads (4), data size (2),
     // object count, fd count, wait time, max capacity. Everything else is valid, so the named fault is the one.
     auto frame = [](uint32_t kind, uint32_t code, uint32_t handle, uint32_t dataSize, uint32_t objects) {
-        return std::vector<uint32_t>{0x43504948, kind, code, 0, 0, 0, handle, 0, 0, 0, 0, 0, dataSize, 0, objects, 0,
-                                     0, 0};
+        return std::vector<uint32_t>{0x43504948, kind, code, 0,        0, 0,       handle, 0, 0,
+                                     0,          0,    0,    dataSize, 0, objects, 0,      0, 0};
     };
     std::vector<uint32_t> foreignHandle = frame(1, 1, 1, 24, 1);
     for (uint32_t word : {0u, 0u, 0x73682a85u, 0x17fu, 99u, 0u, 0u, 0u}) { // offset 0, then a flat handle 99

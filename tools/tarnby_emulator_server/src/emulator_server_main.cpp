@@ -37,8 +37,7 @@ public:
             case CONTROL_AUDIO_STATE:
                 return reply.WriteInt32(static_cast<int32_t>(emulator_.AudioState(id))) ? ERR_NONE : ERR_INVALID_DATA;
             case CONTROL_SURFACE_STATE:
-                return reply.WriteInt32(static_cast<int32_t>(emulator_.SurfaceState(id))) ? ERR_NONE
-                                                                                          : ERR_INVALID_DATA;
+                return reply.WriteInt32(static_cast<int32_t>(emulator_.SurfaceState(id))) ? ERR_NONE : ERR_INVALID_DATA;
             default:
                 return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
         }
