@@ -10,25 +10,31 @@ constexpr int DEFAULT_WAIT_SECONDS = MessageOption::TF_WAIT_TIME;
 thread_local ServingContext t_serving;
 } // namespace
 
+// The waiting thread is woken after the lock is let go, so that it does not wake only to wait for the lock; the
+// waiter outlives the call, as whoever completes it holds it.
 bool CallWaiter::Deliver(std::function<void()> task)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!open_) {
-        return false;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!open_) {
+            return false;
+        }
+        nested_.push_back(std::move(task));
     }
-    nested_.push_back(std::move(task));
     wakeUp_.notify_all();
     return true;
 }
 
 void CallWaiter::Complete(int result, const std::function<void(bool waiting, int &result)> &finish)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (finish) {
-        finish(open_, result);
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (finish) {
+            finish(open_, result);
+        }
+        result_ = result;
+        done_ = true;
     }
-    result_ = result;
-    done_ = true;
     wakeUp_.notify_all();
 }
 

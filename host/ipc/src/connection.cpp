@@ -291,31 +291,90 @@ void Connection::ReadLoop()
     std::string why;
     for (;;) {
         ReceivedFds fds;
-        int received = ReceiveMessage(socket_, message, fds);
+        size_t length;
+        int received = ReceiveMessage(socket_, message, length, fds);
         if (received == 0 || received == -1) {
             break;
         }
         if (received == -2) {
             why = "a message or its descriptors were cut off";
         }
-        if (received == -2 || !HandleFrame(message, fds, why)) {
+        std::function<void()> serveHere;
+        if (received == -2 || !HandleFrame(message.data(), length, fds, why, serveHere)) {
             HILOG_IPC_ERROR("malformed frame from pid %{public}d: %{public}s; connection closed", peer_.pid,
                             why.c_str());
             shutdown(socket_, SHUT_RDWR);
             break;
         }
+        if (!serveHere) {
+            continue;
+        }
+        if (!PassReading()) {
+            IpcThreadPool::Get().GiveBackThread();
+            IpcThreadPool::Get().Submit(std::move(serveHere));
+            continue;
+        }
+        serveHere();
+        serveHere = nullptr;
+        ResetThreadIdentity();
+        IpcThreadPool::Get().GiveBackThread();
+        if (!AwaitReading()) {
+            return;
+        }
     }
     Die();
+    EndReading();
 }
 
-bool Connection::HandleFrame(std::vector<uint8_t> &message, ReceivedFds &fds, std::string &why)
+bool Connection::PassReading()
+{
+    bool offered;
+    {
+        std::lock_guard<std::mutex> lock(readingMutex_);
+        offered = readingOffered_ = parkedReaders_ > 0;
+    }
+    if (offered) {
+        readingTurn_.notify_one(); // outside the lock: the parked reader takes it at once
+        return true;
+    }
+    try {
+        std::thread([connection = shared_from_this()] { connection->ReadLoop(); }).detach();
+    } catch (const std::system_error &error) {
+        HILOG_IPC_ERROR("no reader thread: %{public}s", error.what());
+        return false;
+    }
+    return true;
+}
+
+bool Connection::AwaitReading()
+{
+    std::unique_lock<std::mutex> lock(readingMutex_);
+    parkedReaders_++;
+    readingTurn_.wait(lock, [this] { return readingOffered_ || readingOver_; });
+    parkedReaders_--;
+    bool offered = readingOffered_;
+    readingOffered_ = false;
+    return offered;
+}
+
+void Connection::EndReading()
+{
+    {
+        std::lock_guard<std::mutex> lock(readingMutex_);
+        readingOver_ = true;
+    }
+    readingTurn_.notify_all();
+}
+
+bool Connection::HandleFrame(uint8_t *message, size_t length, ReceivedFds &fds, std::string &why,
+                             std::function<void()> &serveHere)
 {
     Incoming frame;
-    if (message.size() < sizeof(FrameHeader)) {
+    if (length < sizeof(FrameHeader)) {
         why = "shorter than a header";
         return false;
     }
-    std::memcpy(&frame.header, message.data(), sizeof(FrameHeader));
+    std::memcpy(&frame.header, message, sizeof(FrameHeader));
     const FrameHeader &header = frame.header;
     uint64_t tableSize = static_cast<uint64_t>(header.objectCount) * sizeof(uint64_t);
     uint64_t inlineSize = header.dataInMemfd != 0 ? 0 : header.dataSize;
@@ -323,7 +382,7 @@ bool Connection::HandleFrame(std::vector<uint8_t> &message, ReceivedFds &fds, st
         why = "bad magic, flag or data size";
         return false;
     }
-    if (sizeof(FrameHeader) + tableSize + inlineSize != message.size()) {
+    if (sizeof(FrameHeader) + tableSize + inlineSize != length) {
         why = "lengths disagree with the message size";
         return false;
     }
@@ -331,12 +390,12 @@ bool Connection::HandleFrame(std::vector<uint8_t> &message, ReceivedFds &fds, st
         why = "descriptor count differs from the header";
         return false;
     }
-    frame.table = message.data() + sizeof(FrameHeader);
-    frame.data = message.data() + sizeof(FrameHeader) + tableSize;
+    frame.table = message + sizeof(FrameHeader);
+    frame.data = message + sizeof(FrameHeader) + tableSize;
     frame.fds = &fds;
     switch (static_cast<FrameKind>(header.kind)) {
         case FrameKind::REQUEST:
-            return HandleRequest(frame, why);
+            return HandleRequest(frame, why, serveHere);
         case FrameKind::REPLY:
             return HandleReply(frame, why);
         case FrameKind::RELEASE:
@@ -468,7 +527,7 @@ bool Connection::DecodeEntry(Incoming &frame, size_t offset, size_t &fdIndex, Ta
     return true;
 }
 
-bool Connection::HandleRequest(Incoming &frame, std::string &why)
+bool Connection::HandleRequest(Incoming &frame, std::string &why, std::function<void()> &serveHere)
 {
     const FrameHeader header = frame.header;
     auto request = std::make_shared<MessageParcel>();
@@ -511,7 +570,10 @@ bool Connection::HandleRequest(Incoming &frame, std::string &why)
             connection->SendReply(header.callId, result, reply);
         }
     };
-    if (header.targetThread != 0 && !IpcThreadPool::Get().TrySubmitNow(task)) {
+    if (header.targetThread != 0) {
+        if (IpcThreadPool::Get().TrySubmitNow(task)) {
+            return true;
+        }
         std::shared_ptr<CallWaiter> waiter;
         {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -526,7 +588,9 @@ bool Connection::HandleRequest(Incoming &frame, std::string &why)
         }
         return true;
     }
-    if (task) {
+    if (!async && IpcThreadPool::Get().TryBorrowThread()) {
+        serveHere = std::move(task);
+    } else {
         IpcThreadPool::Get().Submit(std::move(task));
     }
     return true;

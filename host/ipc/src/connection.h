@@ -2,6 +2,8 @@
 #define OHOS_HOST_IPC_CONNECTION_H
 
 #include <atomic>
+#include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -50,8 +52,10 @@ private:
 
 // One end of a connection between two processes. Each end exports its local objects by handle (counting the
 // references the peer holds) and imports the peer's ones as RemoteHandles; a reader thread receives the peer's
-// frames in order, answers replies to the waiting callers, and hands requests to the IPC thread pool or, when they
-// are nested in one of our synchronous requests, to the thread that waits for it.
+// frames in order and answers replies to the waiting callers. A synchronous request it serves itself, counted as
+// one of the IPC threads, once it has passed the reading on to another thread of the connection (so the request
+// reaches its handler with one wake-up, as over the driver); the others go to the IPC thread pool or, when they are
+// nested in one of our synchronous requests, to the thread that waits for it.
 class Connection : public std::enable_shared_from_this<Connection> {
 public:
     static constexpr uint64_t ROOT_HANDLE = 1;
@@ -114,9 +118,16 @@ private:
     sptr<RemoteHandle> ImportHandle(uint64_t handle);
     uint64_t ExportForLoopback(const sptr<IRemoteObject> &object, const sptr<IRemoteObject> &target);
     void ReadLoop();
-    // False (with `why`) for a frame that breaks the rules: the connection is then closed.
-    bool HandleFrame(std::vector<uint8_t> &message, ReceivedFds &fds, std::string &why);
-    bool HandleRequest(Incoming &frame, std::string &why);
+    // Hands the reading to a parked reader of the connection, or to a new one; false if none could be started.
+    bool PassReading();
+    // Parks a reader that has served its request until the reading comes back to it; false once reading is over.
+    bool AwaitReading();
+    void EndReading();
+    // False (with `why`) for a frame that breaks the rules: the connection is then closed. A request the reader
+    // should serve itself, holding a borrowed IPC thread, is left in `serveHere`.
+    bool HandleFrame(uint8_t *message, size_t length, ReceivedFds &fds, std::string &why,
+                     std::function<void()> &serveHere);
+    bool HandleRequest(Incoming &frame, std::string &why, std::function<void()> &serveHere);
     bool HandleReply(Incoming &frame, std::string &why);
     bool HandleRelease(const FrameHeader &header, std::string &why);
     // Builds the parcel the frame carries into `to`: the peer's objects as proxies, ours as themselves. With
@@ -145,6 +156,13 @@ private:
     std::vector<uint64_t> retired_;
     uint64_t nextHandle_ = ROOT_HANDLE;
     std::atomic<uint64_t> nextCall_{1};
+    // The readers that take turns: one reads, the others serve a request or are parked (at most as many as
+    // requests were served at once; they end with the connection).
+    std::mutex readingMutex_;
+    std::condition_variable readingTurn_;
+    size_t parkedReaders_ = 0;
+    bool readingOffered_ = false;
+    bool readingOver_ = false;
 };
 
 // The directory of the cross-process registry, from OHOS_HOST_IPC_DIR (created 0700 when missing); empty in the

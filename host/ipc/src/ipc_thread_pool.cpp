@@ -48,6 +48,25 @@ bool IpcThreadPool::TrySubmitNow(std::function<void()> &task)
     return false;
 }
 
+bool IpcThreadPool::TryBorrowThread()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!tasks_.empty() || threads_ >= maxThreads_) {
+        return false;
+    }
+    CountThreadLocked();
+    return true;
+}
+
+void IpcThreadPool::GiveBackThread()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    threads_--;
+    if (tasks_.size() > idle_ && threads_ < maxThreads_) {
+        StartThreadLocked(); // a task that queued while the borrowed thread counted gets its place
+    }
+}
+
 bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
 {
     if (maxThreads < 1 || maxThreads > LIMIT_MAX_THREADS) {
@@ -74,12 +93,24 @@ size_t IpcThreadPool::ThreadCount()
     return threads_;
 }
 
+size_t IpcThreadPool::QueuedTaskCount()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return tasks_.size();
+}
+
 size_t IpcThreadPool::TakePeakThreadCount()
 {
     std::lock_guard<std::mutex> lock(mutex_);
     size_t peak = peak_;
     peak_ = threads_;
     return peak;
+}
+
+void IpcThreadPool::CountThreadLocked()
+{
+    threads_++;
+    peak_ = std::max(peak_, threads_);
 }
 
 bool IpcThreadPool::StartThreadLocked()
@@ -90,8 +121,7 @@ bool IpcThreadPool::StartThreadLocked()
         HILOG_IPC_ERROR("no IPC thread could be started: %{public}s", error.what());
         return false;
     }
-    threads_++;
-    peak_ = std::max(peak_, threads_);
+    CountThreadLocked();
     return true;
 }
 

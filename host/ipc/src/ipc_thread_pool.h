@@ -23,16 +23,22 @@ public:
     bool Submit(std::function<void()> task);
     // Runs the task only if a thread is free or may be started now; false (task untouched) otherwise.
     bool TrySubmitNow(std::function<void()> &task);
+    // Counts the calling thread as one of the pool's threads while it runs one task itself, if a thread could be
+    // started for it now and no task waits; false otherwise. Every borrowed thread is given back.
+    bool TryBorrowThread();
+    void GiveBackThread();
     // 1..LIMIT_MAX_THREADS; threads above a lowered maximum end when their task is done.
     bool SetMaxThreads(size_t maxThreads);
     void SetIdleTime(std::chrono::milliseconds idleTime);
     size_t ThreadCount();
+    size_t QueuedTaskCount();
     // The most threads that ran at the same time since the last call.
     size_t TakePeakThreadCount();
 
 private:
     IpcThreadPool() = default;
     bool StartThreadLocked();
+    void CountThreadLocked();
     void WorkerLoop();
 
     std::mutex mutex_;

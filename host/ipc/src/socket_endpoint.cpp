@@ -144,6 +144,11 @@ size_t IpcThreadCount()
     return IpcThreadPool::Get().ThreadCount();
 }
 
+size_t IpcQueuedTaskCount()
+{
+    return IpcThreadPool::Get().QueuedTaskCount();
+}
+
 size_t TakePeakIpcThreadCount()
 {
     return IpcThreadPool::Get().TakePeakThreadCount();

@@ -62,9 +62,10 @@ bool SendMessage(int socket, const std::vector<uint8_t> &message, const std::vec
     return sent == static_cast<ssize_t>(message.size());
 }
 
-int ReceiveMessage(int socket, std::vector<uint8_t> &buffer, ReceivedFds &fds)
+int ReceiveMessage(int socket, std::vector<uint8_t> &buffer, size_t &length, ReceivedFds &fds)
 {
     buffer.resize(MAX_MESSAGE);
+    length = 0;
     iovec vector{buffer.data(), buffer.size()};
     msghdr header{};
     header.msg_iov = &vector;
@@ -90,7 +91,7 @@ int ReceiveMessage(int socket, std::vector<uint8_t> &buffer, ReceivedFds &fds)
             }
         }
     }
-    buffer.resize(static_cast<size_t>(received));
+    length = static_cast<size_t>(received);
     return (header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 ? -2 : 1;
 }
 

@@ -57,9 +57,10 @@ struct ReceivedFds {
 
 // Sends `message` (header, table and inline data) with `fds`. False with errno set when the socket refuses.
 bool SendMessage(int socket, const std::vector<uint8_t> &message, const std::vector<int> &fds);
-// Receives one message into `buffer` (resized to what arrived). 0 at the end of the stream, -1 on a socket error,
-// -2 when the message or its descriptors were cut off (a peer sending more than a frame may hold).
-int ReceiveMessage(int socket, std::vector<uint8_t> &buffer, ReceivedFds &fds);
+// Receives one message into `buffer` (kept at MAX_MESSAGE bytes, so that it is not cleared again for every
+// message) and its length into `length`. 1 for a message, 0 at the end of the stream, -1 on a socket error, -2 when
+// the message or its descriptors were cut off (a peer sending more than a frame may hold).
+int ReceiveMessage(int socket, std::vector<uint8_t> &buffer, size_t &length, ReceivedFds &fds);
 // A sealed memfd holding `size` bytes from `data`, after `beforeSeal` (if any) had its say; -1 on failure.
 int CreateSealedMemfd(const void *data, size_t size, const char *name,
                       const std::function<bool(int fd)> &beforeSeal = nullptr);

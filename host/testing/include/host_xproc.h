@@ -24,9 +24,10 @@ void StopServing(int id);
 // A proxy to the object offered at `path`, or nullptr when nobody serves there (also when its process died).
 sptr<IRemoteObject> ConnectTo(const std::string &path);
 
-// The IPC thread pool: threads running now, the most that ran at once since the last call, and how long an idle
-// thread waits for work before it ends (10 s unless set).
+// The IPC thread pool: threads running now, requests waiting for a free thread, the most threads that ran at once
+// since the last call, and how long an idle thread waits for work before it ends (10 s unless set).
 size_t IpcThreadCount();
+size_t IpcQueuedTaskCount();
 size_t TakePeakIpcThreadCount();
 void SetIpcIdleTime(std::chrono::milliseconds idleTime);
 } // namespace OHOS::HostIpc

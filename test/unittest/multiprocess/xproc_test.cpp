@@ -314,15 +314,28 @@ TEST(ThreadCapTest, RequestsBeyondTheCapWaitAndIdleThreadsEnd)
     sptr<Gate> gate = new Gate();
     sptr<IRemoteObject> proxy = HostIpc::GetProxy(gate);
     constexpr int REQUESTS = 40;
+    constexpr int SYNCHRONOUS = 4; // a reader that serves a request itself counts as one of the threads
+    std::vector<std::future<int>> answers;
+    for (int i = 0; i < SYNCHRONOUS; i++) {
+        answers.push_back(std::async(std::launch::async, [&proxy, i] {
+            MessageParcel data;
+            MessageParcel reply;
+            return Ask(proxy, 100 + i, data, reply) == 0 ? reply.ReadInt32() : -1;
+        }));
+    }
+    gate->WaitFor(3, 0);
+    EXPECT_TRUE(Eventually([] { return HostIpc::IpcQueuedTaskCount() == SYNCHRONOUS - 3; }));
     for (int i = 0; i < REQUESTS; i++) {
         MessageParcel data;
         MessageParcel reply;
         ASSERT_EQ(Ask(proxy, 1, data, reply, MessageOption(MessageOption::TF_ASYNC)), 0);
     }
-    gate->WaitFor(3, 0);
     EXPECT_LE(HostIpc::IpcThreadCount(), 3u);
     gate->Open();
-    gate->WaitFor(0, REQUESTS); // every one is served: none was lost
+    gate->WaitFor(0, REQUESTS + SYNCHRONOUS); // every one is served: none was lost
+    for (int i = 0; i < SYNCHRONOUS; i++) {
+        EXPECT_EQ(answers[i].get(), 100 + i);
+    }
     EXPECT_EQ(gate->peak_, 3);
     HostIpc::SetIpcIdleTime(std::chrono::milliseconds(20));
     EXPECT_TRUE(Eventually([] { return HostIpc::IpcThreadCount() == 0; }));
