@@ -348,13 +348,39 @@ bool Connection::PassReading()
 
 bool Connection::AwaitReading()
 {
+    auto parkedSince = std::chrono::steady_clock::now();
     std::unique_lock<std::mutex> lock(readingMutex_);
     parkedReaders_++;
-    readingTurn_.wait(lock, [this] { return readingOffered_ || readingOver_; });
+    // The idle time is read on every wake-up, so a shortened one takes effect for readers already parked.
+    for (;;) {
+        auto idleUntil = parkedSince + IpcThreadPool::Get().IdleTime();
+        if (readingOffered_ || readingOver_ || std::chrono::steady_clock::now() >= idleUntil) {
+            break;
+        }
+        readingTurn_.wait_until(lock, idleUntil);
+    }
     parkedReaders_--;
     bool offered = readingOffered_;
     readingOffered_ = false;
     return offered;
+}
+
+size_t Connection::ParkedReaders()
+{
+    size_t parked = 0;
+    for (auto &connection : All()) {
+        std::lock_guard<std::mutex> lock(connection->readingMutex_);
+        parked += connection->parkedReaders_;
+    }
+    return parked;
+}
+
+void Connection::WakeParkedReaders()
+{
+    for (auto &connection : All()) {
+        std::lock_guard<std::mutex> lock(connection->readingMutex_);
+        connection->readingTurn_.notify_all();
+    }
 }
 
 void Connection::EndReading()

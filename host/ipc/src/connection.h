@@ -87,6 +87,9 @@ public:
     void ImportDied(uint64_t handle);
     // Every live connection of the process, for KillObject.
     static std::vector<std::shared_ptr<Connection>> All();
+    // Parked readers of every connection; waking them makes them look at the idle time again.
+    static size_t ParkedReaders();
+    static void WakeParkedReaders();
 
 private:
     struct ExportSlot {
@@ -120,7 +123,8 @@ private:
     void ReadLoop();
     // Hands the reading to a parked reader of the connection, or to a new one; false if none could be started.
     bool PassReading();
-    // Parks a reader that has served its request until the reading comes back to it; false once reading is over.
+    // Parks a reader that has served its request until the reading comes back to it; false once reading is over
+    // or when it stayed parked for the IPC threads' idle time (it then ends).
     bool AwaitReading();
     void EndReading();
     // False (with `why`) for a frame that breaks the rules: the connection is then closed. A request the reader
@@ -157,7 +161,7 @@ private:
     uint64_t nextHandle_ = ROOT_HANDLE;
     std::atomic<uint64_t> nextCall_{1};
     // The readers that take turns: one reads, the others serve a request or are parked (at most as many as
-    // requests were served at once; they end with the connection).
+    // requests were served at once; they end with the connection or after the IPC threads' idle time).
     std::mutex readingMutex_;
     std::condition_variable readingTurn_;
     size_t parkedReaders_ = 0;

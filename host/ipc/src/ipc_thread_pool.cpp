@@ -87,6 +87,12 @@ void IpcThreadPool::SetIdleTime(std::chrono::milliseconds idleTime)
     wakeUp_.notify_all();
 }
 
+std::chrono::milliseconds IpcThreadPool::IdleTime()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return idleTime_;
+}
+
 size_t IpcThreadPool::ThreadCount()
 {
     std::lock_guard<std::mutex> lock(mutex_);

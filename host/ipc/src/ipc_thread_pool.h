@@ -30,6 +30,7 @@ public:
     // 1..LIMIT_MAX_THREADS; threads above a lowered maximum end when their task is done.
     bool SetMaxThreads(size_t maxThreads);
     void SetIdleTime(std::chrono::milliseconds idleTime);
+    std::chrono::milliseconds IdleTime();
     size_t ThreadCount();
     size_t QueuedTaskCount();
     // The most threads that ran at the same time since the last call.

@@ -157,5 +157,11 @@ size_t TakePeakIpcThreadCount()
 void SetIpcIdleTime(std::chrono::milliseconds idleTime)
 {
     IpcThreadPool::Get().SetIdleTime(idleTime);
+    Connection::WakeParkedReaders();
+}
+
+size_t ParkedReaderCount()
+{
+    return Connection::ParkedReaders();
 }
 } // namespace OHOS::HostIpc

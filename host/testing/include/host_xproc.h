@@ -25,11 +25,13 @@ void StopServing(int id);
 sptr<IRemoteObject> ConnectTo(const std::string &path);
 
 // The IPC thread pool: threads running now, requests waiting for a free thread, the most threads that ran at once
-// since the last call, and how long an idle thread waits for work before it ends (10 s unless set).
+// since the last call, and how long an idle thread waits for work before it ends (10 s unless set; connection
+// readers parked after serving a request end after the same time).
 size_t IpcThreadCount();
 size_t IpcQueuedTaskCount();
 size_t TakePeakIpcThreadCount();
 void SetIpcIdleTime(std::chrono::milliseconds idleTime);
+size_t ParkedReaderCount();
 } // namespace OHOS::HostIpc
 
 #endif // OHOS_HOST_XPROC_H
