@@ -12,7 +12,7 @@ thread_local ServingContext t_serving;
 
 // The waiting thread is woken after the lock is let go, so that it does not wake only to wait for the lock; the
 // waiter outlives the call, as whoever completes it holds it.
-bool CallWaiter::Deliver(std::function<void()> task)
+bool CallWaiter::Deliver(std::function<void()> &task)
 {
     {
         std::lock_guard<std::mutex> lock(mutex_);

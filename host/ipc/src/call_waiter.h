@@ -27,8 +27,9 @@ public:
     {
         return token_;
     }
-    // Hands a nested request to the waiting thread; false once the wait is over (the caller then uses the pool).
-    bool Deliver(std::function<void()> task);
+    // Hands a nested request to the waiting thread (taking `task`); false once the wait is over (`task` is left to
+    // the caller, who then uses the pool), as IpcThreadPool::TrySubmitNow does.
+    bool Deliver(std::function<void()> &task);
     // Runs `finish` under the waiter's lock, then marks the call done with the result `finish` leaves. `finish` gets
     // whether the caller still waits (a caller that gave up must not be touched).
     void Complete(int result, const std::function<void(bool waiting, int &result)> &finish = nullptr);

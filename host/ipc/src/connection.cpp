@@ -733,9 +733,6 @@ bool Connection::Encode(FrameHeader header, const MessageParcel &parcel, std::ve
     header.objectCount = static_cast<uint32_t>(table.size());
     size_t tableSize = table.size() * sizeof(uint64_t);
     header.dataInMemfd = sizeof(FrameHeader) + tableSize + dataSize > MAX_MESSAGE ? 1 : 0;
-    std::vector<uint8_t> patched(reinterpret_cast<const uint8_t *>(parcel.GetData()),
-                                 reinterpret_cast<const uint8_t *>(parcel.GetData()) +
-                                     (header.dataInMemfd ? 0 : dataSize));
     std::vector<std::pair<size_t, Flat>> flats;
     uint32_t fdCount = 0;
     for (const TableEntry &entry : table) {
@@ -763,6 +760,25 @@ bool Connection::Encode(FrameHeader header, const MessageParcel &parcel, std::ve
         flats.emplace_back(entry.offset, flat);
     }
     header.fdCount = fdCount;
+    if (fds.size() + header.dataInMemfd > MAX_FRAME_FDS || sizeof(FrameHeader) + tableSize > MAX_MESSAGE) {
+        return false;
+    }
+    // Small data travels in the message itself, copied once straight from the parcel and patched there.
+    size_t inlineSize = header.dataInMemfd != 0 ? 0 : dataSize;
+    message.resize(sizeof(FrameHeader) + tableSize + inlineSize);
+    std::memcpy(message.data(), &header, sizeof(header));
+    for (size_t i = 0; i < flats.size(); i++) {
+        uint64_t offset = flats[i].first;
+        std::memcpy(message.data() + sizeof(FrameHeader) + i * sizeof(uint64_t), &offset, sizeof(offset));
+    }
+    uint8_t *inlineData = message.data() + sizeof(FrameHeader) + tableSize;
+    if (inlineSize != 0) {
+        std::memcpy(inlineData, reinterpret_cast<const void *>(parcel.GetData()), inlineSize);
+        for (const auto &[offset, flat] : flats) {
+            std::memcpy(inlineData + offset, &flat, FLAT_SIZE);
+        }
+        return true;
+    }
     if (header.dataInMemfd != 0) {
         memfd = CreateSealedMemfd(
             reinterpret_cast<const void *>(parcel.GetData()), dataSize, "host-ipc-frame", [&flats](int fd) {
@@ -777,22 +793,6 @@ bool Connection::Encode(FrameHeader header, const MessageParcel &parcel, std::ve
             return false;
         }
         fds.insert(fds.begin(), memfd);
-    } else {
-        for (const auto &[offset, flat] : flats) {
-            std::memcpy(patched.data() + offset, &flat, FLAT_SIZE);
-        }
-    }
-    if (fds.size() > MAX_FRAME_FDS || sizeof(FrameHeader) + tableSize > MAX_MESSAGE) {
-        return false;
-    }
-    message.resize(sizeof(FrameHeader) + tableSize + patched.size());
-    std::memcpy(message.data(), &header, sizeof(header));
-    for (size_t i = 0; i < flats.size(); i++) {
-        uint64_t offset = flats[i].first;
-        std::memcpy(message.data() + sizeof(FrameHeader) + i * sizeof(uint64_t), &offset, sizeof(offset));
-    }
-    if (!patched.empty()) {
-        std::memcpy(message.data() + sizeof(FrameHeader) + tableSize, patched.data(), patched.size());
     }
     return true;
 }

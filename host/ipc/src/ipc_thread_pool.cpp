@@ -62,9 +62,7 @@ void IpcThreadPool::GiveBackThread()
 {
     std::lock_guard<std::mutex> lock(mutex_);
     threads_--;
-    if (tasks_.size() > idle_ && threads_ < maxThreads_) {
-        StartThreadLocked(); // a task that queued while the borrowed thread counted gets its place
-    }
+    StartThreadsForWaitingTasksLocked(); // a task that queued while the borrowed thread counted gets its place
 }
 
 bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
@@ -74,8 +72,7 @@ bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
     }
     std::lock_guard<std::mutex> lock(mutex_);
     maxThreads_ = maxThreads;
-    while (threads_ < maxThreads_ && tasks_.size() > idle_ && StartThreadLocked()) {
-    }
+    StartThreadsForWaitingTasksLocked();
     wakeUp_.notify_all();
     return true;
 }
@@ -111,6 +108,12 @@ size_t IpcThreadPool::TakePeakThreadCount()
     size_t peak = peak_;
     peak_ = threads_;
     return peak;
+}
+
+void IpcThreadPool::StartThreadsForWaitingTasksLocked()
+{
+    while (threads_ < maxThreads_ && tasks_.size() > idle_ && StartThreadLocked()) {
+    }
 }
 
 void IpcThreadPool::CountThreadLocked()

@@ -40,6 +40,8 @@ private:
     IpcThreadPool() = default;
     bool StartThreadLocked();
     void CountThreadLocked();
+    // As many new threads as tasks wait without an idle thread for them, up to the maximum.
+    void StartThreadsForWaitingTasksLocked();
     void WorkerLoop();
 
     std::mutex mutex_;
