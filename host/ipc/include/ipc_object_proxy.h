@@ -9,7 +9,8 @@
 namespace OHOS {
 namespace HostIpc {
 class ObjectRegistry;
-}
+class RemoteEnd;
+} // namespace HostIpc
 
 // Stands for an object of another process. Requests cross the process boundary; the proxy learns when the
 // other side dies and tells its death recipients.
@@ -42,19 +43,19 @@ public:
 private:
     friend class HostIpc::ObjectRegistry;
 
-    // Binds the proxy to the local object that plays the other process.
-    void Attach(const sptr<IRemoteObject> &target, const IRemoteObject *key);
+    // Binds the proxy to the end that reaches the other side; `key` names it in the registry.
+    void Attach(const sptr<HostIpc::RemoteEnd> &end, const RefBase *key);
     // The other side died: later requests fail and every recipient is told once, on an IPC thread.
     void MarkDead();
-    sptr<IRemoteObject> Target(bool &dead);
+    sptr<HostIpc::RemoteEnd> End(bool &dead);
     int SendFrameworkRequest(uint32_t code, MessageParcel &reply);
 
     const int handle_;
     const int proto_;
     mutable std::mutex mutex_;
     bool isDead_ = false;
-    sptr<IRemoteObject> target_;
-    const IRemoteObject *key_ = nullptr;
+    sptr<HostIpc::RemoteEnd> end_;
+    const RefBase *key_ = nullptr;
     std::vector<sptr<DeathRecipient>> recipients_;
 };
 } // namespace OHOS

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "call_waiter.h"
 
 #include <atomic>
@@ -16,7 +17,7 @@ bool CallWaiter::Deliver(std::function<void()> &task)
 {
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (!open_) {
+        if (!open_ || done_) {
             return false;
         }
         nested_.push_back(std::move(task));
@@ -38,33 +39,84 @@ void CallWaiter::Complete(int result, const std::function<void(bool waiting, int
     wakeUp_.notify_all();
 }
 
-bool CallWaiter::Wait(Clock::time_point deadline)
+void CallWaiter::OfferReading()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        readingOffered_ = true;
+    }
+    wakeUp_.notify_all();
+}
+
+bool CallWaiter::TakeNested(std::function<void()> &nested)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (nested_.empty()) {
+        return false;
+    }
+    nested = std::move(nested_.front());
+    nested_.pop_front();
+    return true;
+}
+
+CallWaiter::Turn CallWaiter::WaitForTurn(Clock::time_point deadline, std::function<void()> &nested)
 {
     std::unique_lock<std::mutex> lock(mutex_);
+    wakeUp_.wait_until(lock, deadline, [this] { return done_ || !nested_.empty() || readingOffered_; });
+    if (done_) {
+        return Turn::DONE;
+    }
+    if (!nested_.empty()) {
+        nested = std::move(nested_.front());
+        nested_.pop_front();
+        return Turn::NESTED;
+    }
+    if (readingOffered_) {
+        readingOffered_ = false;
+        return Turn::READ;
+    }
+    return Turn::TIMEOUT;
+}
+
+bool CallWaiter::Wait(Clock::time_point deadline)
+{
     for (;;) {
-        wakeUp_.wait_until(lock, deadline, [this] { return done_ || !nested_.empty(); });
-        if (!nested_.empty() && !done_) {
-            std::function<void()> task = std::move(nested_.front());
-            nested_.pop_front();
-            lock.unlock();
-            task();
-            task = nullptr;
-            lock.lock();
-            continue;
-        }
-        if (done_ || Clock::now() >= deadline) {
+        std::function<void()> nested;
+        Turn turn = WaitForTurn(deadline, nested);
+        if (turn != Turn::NESTED) {
             break;
         }
+        nested();
     }
-    open_ = false;
+    return Close();
+}
+
+bool CallWaiter::Close()
+{
     std::deque<std::function<void()>> left;
-    left.swap(nested_);
-    bool done = done_;
-    lock.unlock();
+    bool done;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        open_ = false;
+        done = done_;
+        left.swap(nested_);
+    }
     for (auto &task : left) {
         IpcThreadPool::Get().Submit(std::move(task));
     }
     return done;
+}
+
+bool CallWaiter::Done()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return done_;
+}
+
+int CallWaiter::Result()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return result_;
 }
 
 uint64_t ThreadToken()

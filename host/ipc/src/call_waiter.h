@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef OHOS_HOST_IPC_CALL_WAITER_H
 #define OHOS_HOST_IPC_CALL_WAITER_H
 
@@ -15,11 +16,22 @@ namespace OHOS::HostIpc {
 class Connection;
 
 // A synchronous caller waiting for its reply. While it waits it also serves the requests that the thread handling
-// its request sends back to this process (a service calling a client's callback from inside the client's call),
-// as the driver hands such nested requests to the waiting thread: no other thread has to be free for them.
+// its request sends back to this process (a service calling a client's callback from inside the client's call), as
+// the driver hands such nested requests to the waiting thread: no other thread has to be free for them, and they
+// run where the caller's locks are held. Across a socket the waiting thread may also be handed the reading of its
+// connection, so that it receives its reply itself.
+//
+// Threads: the waiting thread, and any thread that completes the call or delivers to it. Locks: mutex_, a leaf
+// (`finish` of Complete runs under it and may take table and registry locks, never a waiter's).
 class CallWaiter {
 public:
     using Clock = std::chrono::steady_clock;
+    enum class Turn {
+        DONE,    // the reply (or the end of the connection) came
+        NESTED,  // a nested request to serve now, on this thread
+        READ,    // the reading of the connection was handed to this thread
+        TIMEOUT, // the deadline passed
+    };
 
     explicit CallWaiter(uint64_t token) : token_(token) {}
 
@@ -28,18 +40,23 @@ public:
         return token_;
     }
     // Hands a nested request to the waiting thread (taking `task`); false once the wait is over (`task` is left to
-    // the caller, who then uses the pool), as IpcThreadPool::TrySubmitNow does.
+    // the caller, who serves it elsewhere).
     bool Deliver(std::function<void()> &task);
     // Runs `finish` under the waiter's lock, then marks the call done with the result `finish` leaves. `finish` gets
     // whether the caller still waits (a caller that gave up must not be touched).
     void Complete(int result, const std::function<void(bool waiting, int &result)> &finish = nullptr);
-    // Waits until the call is complete or `deadline` passes, serving nested requests meanwhile. False on time-out.
-    // Afterwards no nested request is accepted any more; any still queued go to the IPC thread pool.
+    void OfferReading();
+    // A nested request delivered while the thread was busy, without waiting; false when there is none.
+    bool TakeNested(std::function<void()> &nested);
+    // Waits for the next turn until `deadline`; a NESTED turn leaves its request in `nested`.
+    Turn WaitForTurn(Clock::time_point deadline, std::function<void()> &nested);
+    // Waits until the call is complete or `deadline` passes, serving nested requests meanwhile; then closes.
     bool Wait(Clock::time_point deadline);
-    int Result() const
-    {
-        return result_;
-    }
+    // Ends the wait: no nested request is accepted any more (any still queued go to the IPC thread pool), and a reply
+    // that comes later is not handed over. Whether the call was done by then.
+    bool Close();
+    bool Done();
+    int Result();
 
 private:
     const uint64_t token_;
@@ -48,6 +65,7 @@ private:
     std::deque<std::function<void()>> nested_;
     bool done_ = false;
     bool open_ = true;
+    bool readingOffered_ = false;
     int result_ = 0;
 };
 
@@ -57,7 +75,7 @@ uint64_t ThreadToken();
 // the default 8 s).
 CallWaiter::Clock::time_point DeadlineOf(const MessageOption &option);
 
-// What the calling thread is serving right now: the simulated caller it runs for, or the connection and the
+// What the calling thread is serving right now: the in-process caller it runs for, or the connection and the
 // peer's thread token of a request from another process. Nested scopes restore the previous context.
 struct ServingContext {
     std::weak_ptr<CallWaiter> localCaller;

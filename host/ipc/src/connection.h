@@ -1,8 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef OHOS_HOST_IPC_CONNECTION_H
 #define OHOS_HOST_IPC_CONNECTION_H
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,166 +11,151 @@
 #include <vector>
 
 #include "call_waiter.h"
-#include "iremote_object.h"
-#include "message_parcel.h"
-#include "socket_frame.h"
+#include "frame_codec.h"
+#include "handle_table.h"
+#include "inbound_budget.h"
+#include "outbox.h"
+#include "parcel_crossing.h"
+#include "reactor.h"
+#include "reading_turn.h"
 #include "thread_identity.h"
 
 namespace OHOS::HostIpc {
-class Connection;
-struct TableEntry;
+class SocketEnd;
 
-// This process's end of an object of the peer process: what a proxy received over a connection is bound to.
-// When the last proxy goes, the peer is told how many references this process held.
-class RemoteHandle : public IRemoteObject {
+// One end of a connection between two processes, over a non-blocking SOCK_SEQPACKET socket. Each end exports its
+// local objects by handle and imports the peer's as SocketEnds (HandleTable); frames go out through the Outbox,
+// which never blocks; frames come in on whichever thread holds the reading turn (ReadingTurn): an IPC thread woken
+// by the reactor, which then serves the request it read itself, or a synchronous caller, which reads its own reply
+// and serves the nested requests meant for it. What a peer can make this process hold is bounded: decoded frames
+// by the codec, waiting requests by the InboundBudget, unread replies by the Outbox. A frame that breaks a rule
+// closes the connection with one log line; every call pending on it then fails as with a dead peer.
+//
+// Wake-ups per synchronous round trip between two processes: two, as over the driver and as for a socketpair
+// ping-pong: the service's IPC thread woken by the request (it reads and serves it), and the caller woken by its
+// reply (it polls its own socket while it waits). A reply read by another thread, or a request read by a caller
+// that waits for something else, costs one more.
+//
+// Threads: any. Locks, in order (see also ipc_log.h): a CallWaiter's, then calls_ (pending calls, death), then the
+// handle table's and the registry's; the reading turn's, the outbox's and the budget's are leaves. No lock is held
+// while a handler, a waiter or a send runs.
+class Connection : public Reactor::Source, public std::enable_shared_from_this<Connection> {
 public:
-    RemoteHandle(std::shared_ptr<Connection> connection, uint64_t handle);
-    ~RemoteHandle() override;
+    enum class Side {
+        CONNECTING, // this process connected: the peer must be of our user
+        ACCEPTED,   // the peer connected to us: our user or root
+        LOOPBACK,   // the process's connection to itself
+    };
 
-    int SendRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override;
-    int32_t GetObjectRefCount() override;
-    bool AddDeathRecipient(const sptr<DeathRecipient> &recipient) override;
-    bool RemoveDeathRecipient(const sptr<DeathRecipient> &recipient) override;
-    int Dump(int fd, const std::vector<std::u16string> &args) override;
-
-    const std::shared_ptr<Connection> &GetConnection() const
-    {
-        return connection_;
-    }
-    uint64_t Handle() const
-    {
-        return handle_;
-    }
-
-private:
-    friend class Connection;
-    const std::shared_ptr<Connection> connection_;
-    const uint64_t handle_;
-    uint32_t acquired_ = 0; // references the peer counted for us; guarded by the connection's lock
-    bool dead_ = false;     // the peer said the object died, or the connection did: nothing to release
-};
-
-// One end of a connection between two processes. Each end exports its local objects by handle (counting the
-// references the peer holds) and imports the peer's ones as RemoteHandles; a reader thread receives the peer's
-// frames in order and answers replies to the waiting callers. A synchronous request it serves itself, counted as
-// one of the IPC threads, once it has passed the reading on to another thread of the connection (so the request
-// reaches its handler with one wake-up, as over the driver); the others go to the IPC thread pool or, when they are
-// nested in one of our synchronous requests, to the thread that waits for it.
-class Connection : public std::enable_shared_from_this<Connection> {
-public:
-    static constexpr uint64_t ROOT_HANDLE = 1;
-
-    // Takes `socket` (a connected SOCK_SEQPACKET socket), exports `root` (if any) as ROOT_HANDLE and starts the
-    // reader; nullptr on failure (socket closed).
-    static std::shared_ptr<Connection> Open(int socket, const sptr<IRemoteObject> &root = nullptr);
+    // Takes `socket` (a connected SOCK_SEQPACKET socket), checks who is at the other end, exports `root` (if any) as
+    // the first handle and starts reading; nullptr (socket closed) when the peer is refused or nothing could be set
+    // up.
+    static std::shared_ptr<Connection> Open(int socket, Side side, const sptr<IRemoteObject> &root = nullptr);
     // The process's connection to itself: every proxy to an object of this process is imported through it, so
     // that requests between objects of one process also cross a socket. Both ends are null if it cannot be made.
     static const std::shared_ptr<Connection> &LoopbackExporter();
     static const std::shared_ptr<Connection> &LoopbackImporter();
-    ~Connection();
+    // Every live connection of the process.
+    static std::vector<std::shared_ptr<Connection>> All();
+    ~Connection() override;
 
-    // Counts one more reference of the peer to `object` and gives its handle.
     uint64_t Export(const sptr<IRemoteObject> &object);
-    // The proxy for the peer's object `handle`, counting one reference received.
-    sptr<IRemoteObject> Import(uint64_t handle);
-    // The local object exported as `handle`, or nullptr.
     sptr<IRemoteObject> Exported(uint64_t handle);
-    int Transact(uint64_t handle, uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option);
-    // The peer's proxies to `object` die; its handle is retired.
-    // Returns the retired handle, 0 when the object was not exported here.
+    // The shared proxy for the peer's object `handle`, counting one reference received.
+    sptr<IRemoteObject> ImportProxy(uint64_t handle);
+    // The peer's proxies to `object` die; its handle is retired. The retired handle, 0 when not exported here.
     uint64_t KillExport(const IRemoteObject *object);
+    // The peer said its object `handle` died: the proxies to it die (the recipients are told on an IPC thread).
+    void ImportDied(uint64_t handle);
+    // Called by a SocketEnd that goes: the peer is told how many references this process held.
+    void DropImport(SocketEnd &end);
+
+    int Transact(uint64_t handle, uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option);
     bool IsDead();
     // Ends the connection as if the peer had gone: everything imported dies, everything exported is released.
     void Close();
-
-    // The peer said its object `handle` died: the proxies to it die (the recipients are told on an IPC thread).
-    void ImportDied(uint64_t handle);
-    // Every live connection of the process, for KillObject.
-    static std::vector<std::shared_ptr<Connection>> All();
-    // Parked readers of every connection; waking them makes them look at the idle time again.
-    static size_t ParkedReaders();
-    static void WakeParkedReaders();
+    // The socket is readable (an IPC thread woken by the reactor).
+    void OnReady(uint32_t events) override;
+    const Identity &Peer() const
+    {
+        return peer_;
+    }
 
 private:
-    struct ExportSlot {
-        sptr<IRemoteObject> object;
-        uint64_t count = 0;
-    };
-    struct ImportSlot {
-        RemoteHandle *address = nullptr;
-        wptr<RemoteHandle> handle;
-    };
     struct PendingCall {
         std::shared_ptr<CallWaiter> waiter;
         MessageParcel *reply = nullptr;
     };
-    struct Incoming {
-        FrameHeader header{};
-        const uint8_t *table = nullptr;
-        uint8_t *data = nullptr;
-        ReceivedFds *fds = nullptr;
+    // Where a frame was read: by an IPC thread, or by a caller waiting for its reply.
+    struct Reader {
+        CallWaiter *caller = nullptr;
+        std::function<void()> serveHere; // a request for this thread to serve once the turn is given back
     };
-
     struct LoopbackPair {
         std::shared_ptr<Connection> exporter;
         std::shared_ptr<Connection> importer;
     };
-    static const LoopbackPair &TheLoopback();
 
-    explicit Connection(int socket);
-    sptr<RemoteHandle> ImportHandle(uint64_t handle);
-    uint64_t ExportForLoopback(const sptr<IRemoteObject> &object, const sptr<IRemoteObject> &target);
-    void ReadLoop();
-    // Hands the reading to a parked reader of the connection, or to a new one; false if none could be started.
-    bool PassReading();
-    // Parks a reader that has served its request until the reading comes back to it; false once reading is over
-    // or when it stayed parked for the IPC threads' idle time (it then ends).
-    bool AwaitReading();
-    void EndReading();
-    // False (with `why`) for a frame that breaks the rules: the connection is then closed. A request the reader
-    // should serve itself, holding a borrowed IPC thread, is left in `serveHere`.
-    bool HandleFrame(uint8_t *message, size_t length, ReceivedFds &fds, std::string &why,
-                     std::function<void()> &serveHere);
-    bool HandleRequest(Incoming &frame, std::string &why, std::function<void()> &serveHere);
-    bool HandleReply(Incoming &frame, std::string &why);
-    bool HandleRelease(const FrameHeader &header, std::string &why);
-    // Builds the parcel the frame carries into `to`: the peer's objects as proxies, ours as themselves. With
-    // `adoptMapping` an empty `to` reads data that came in a memfd where it is mapped (a request's parcel).
-    bool Decode(Incoming &frame, MessageParcel &to, bool adoptMapping, std::string &why);
-    bool DecodeEntry(Incoming &frame, size_t offset, size_t &fdIndex, TableEntry &entry,
-                     std::vector<sptr<RemoteHandle>> &imported, std::string &why);
-    bool Encode(FrameHeader header, const MessageParcel &parcel, std::vector<uint8_t> &message, std::vector<int> &fds,
-                int &memfd);
-    bool Send(const FrameHeader &header, const MessageParcel *parcel);
-    void SendReply(uint64_t callId, int result, MessageParcel &reply);
-    void DropImport(RemoteHandle &handle);
-    void CloseIfIdleLocked();
+    Connection(int socket, Side side, const Identity &peer);
+    static const LoopbackPair &TheLoopback();
+    bool Start(const sptr<IRemoteObject> &root);
+
+    // connection.cpp: objects and death
+    sptr<SocketEnd> ImportEnd(uint64_t handle);
+    // The other end of the process's connection to itself; null for any other connection.
+    const std::shared_ptr<Connection> &Partner() const;
+    uint64_t ExportForLoopback(const sptr<IRemoteObject> &object, const sptr<IRemoteObject> &local);
+    void CloseIfIdle();
     void Die();
 
-    friend class RemoteHandle;
+    // connection_inbound.cpp: the reading turn and the frames that come in
+    bool ReadOne(Reader &reader);
+    bool HandleFrame(DecodedFrame &frame, Reader &reader, std::string &why);
+    bool HandleRequest(DecodedFrame &frame, Reader &reader, std::string &why);
+    bool HandleReply(DecodedFrame &frame, std::string &why);
+    bool HandleRelease(const FrameHeader &header, std::string &why);
+    void Route(const FrameHeader &header, const sptr<IRemoteObject> &target, std::function<void()> task,
+               uint64_t bytes, Reader &reader);
+    void RouteOneWay(const sptr<IRemoteObject> &target, std::function<void()> task, uint64_t bytes, Reader &reader);
+    std::function<void()> Charged(std::function<void()> task, uint64_t bytes);
+    // The innermost call `token` waits for on this connection (or, within the process, on its other end).
+    std::shared_ptr<CallWaiter> FindWaiter(uint64_t token);
+    std::shared_ptr<CallWaiter> FindOwnWaiter(uint64_t token);
+    // Builds the parcel the frame carries into `to`: the peer's objects as proxies, ours as themselves. With
+    // `adoptMapping` an empty `to` reads data that came in a memfd where it is mapped (a request's parcel).
+    bool Materialize(DecodedFrame &frame, MessageParcel &to, bool adoptMapping, std::string &why);
+    bool MaterializeObject(FrameObject &object, TableEntry &entry, FlatObject &flat, std::string &why);
+
+    // connection_outbound.cpp: frames that go out, and the wait for a reply
+    bool Encode(FrameHeader header, const MessageParcel &parcel, EncodedFrame &frame,
+                std::vector<std::pair<HandleTable *, uint64_t>> &exported);
+    bool FlatFor(const sptr<IRemoteObject> &object, FlatObject &flat,
+                 std::vector<std::pair<HandleTable *, uint64_t>> &exported);
+    bool Send(const FrameHeader &header, const MessageParcel *parcel);
+    void SendReply(uint64_t callId, int result, MessageParcel &reply);
+    bool AwaitReply(const std::shared_ptr<CallWaiter> &waiter, CallWaiter::Clock::time_point deadline);
+    bool AwaitLoopbackReply(CallWaiter &waiter, CallWaiter::Clock::time_point deadline);
+    // Polls the socket as the holder of the reading turn until the reply came, the deadline passed, or a nested
+    // request for this thread arrived (left in `nested`, to serve once the turn is given back).
+    void ReadForCaller(CallWaiter &waiter, CallWaiter::Clock::time_point deadline, std::function<void()> &nested);
+
+    friend class SocketEnd;
     const int socket_;
-    Identity peer_{};
-    std::mutex mutex_;
+    const Side side_;
+    const Identity peer_;
+    HandleTable table_;
+    InboundBudget budget_;
+    std::shared_ptr<Outbox> outbox_;
+    ReadingTurn turn_;
+    uint64_t readKey_ = 0;
+    std::mutex callsMutex_;
     bool dead_ = false;
-    bool loopback_ = false; // one end of the process's connection to itself: never closed for idleness
-    std::map<uint64_t, ExportSlot> exports_;
-    std::map<const IRemoteObject *, uint64_t> exportHandles_;
-    std::map<uint64_t, ImportSlot> imports_;
     std::map<uint64_t, PendingCall> pending_;
-    std::vector<uint64_t> retired_;
-    uint64_t nextHandle_ = ROOT_HANDLE;
     std::atomic<uint64_t> nextCall_{1};
-    // The readers that take turns: one reads, the others serve a request or are parked (at most as many as
-    // requests were served at once; they end with the connection or after the IPC threads' idle time).
-    std::mutex readingMutex_;
-    std::condition_variable readingTurn_;
-    size_t parkedReaders_ = 0;
-    bool readingOffered_ = false;
-    bool readingOver_ = false;
 };
 
 // The directory of the cross-process registry, from OHOS_HOST_IPC_DIR (created 0700 when missing); empty in the
-// simulated mode.
+// in-process mode.
 const std::string &CrossProcessDirectory();
 } // namespace OHOS::HostIpc
 

@@ -2,10 +2,11 @@
 
 #include <string>
 
-#include "host_transport.h"
+#include "boundary.h"
 #include "ipc_log.h"
 #include "message_parcel.h"
 #include "object_registry.h"
+#include "request_serving.h"
 
 namespace OHOS {
 namespace {
@@ -29,24 +30,24 @@ IPCObjectProxy::~IPCObjectProxy()
     }
 }
 
-void IPCObjectProxy::Attach(const sptr<IRemoteObject> &target, const IRemoteObject *key)
+void IPCObjectProxy::Attach(const sptr<HostIpc::RemoteEnd> &end, const RefBase *key)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    target_ = target;
+    end_ = end;
     key_ = key;
 }
 
-sptr<IRemoteObject> IPCObjectProxy::Target(bool &dead)
+sptr<HostIpc::RemoteEnd> IPCObjectProxy::End(bool &dead)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     dead = isDead_;
-    return target_;
+    return end_;
 }
 
 void IPCObjectProxy::MarkDead()
 {
     std::vector<sptr<DeathRecipient>> recipients;
-    sptr<IRemoteObject> target; // released after the lock: the object's destructor may do anything
+    sptr<HostIpc::RemoteEnd> end; // released after the lock: what it holds may do anything when it goes
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (isDead_) {
@@ -54,7 +55,7 @@ void IPCObjectProxy::MarkDead()
         }
         isDead_ = true;
         recipients.swap(recipients_);
-        target = std::move(target_);
+        end = std::move(end_);
     }
     if (!recipients.empty()) {
         HostIpc::NotifyDeath(this, std::move(recipients));
@@ -68,14 +69,14 @@ int IPCObjectProxy::SendRequest(uint32_t code, MessageParcel &data, MessageParce
         return IPC_PROXY_INVALID_CODE_ERR;
     }
     bool dead = false;
-    sptr<IRemoteObject> target = Target(dead);
+    sptr<HostIpc::RemoteEnd> end = End(dead);
     if (dead) {
         return ERR_DEAD_OBJECT;
     }
-    if (target == nullptr) {
+    if (end == nullptr) {
         return ERR_NULL_OBJECT;
     }
-    return HostIpc::Transact(target, code, data, reply, option);
+    return end->Transact(code, data, reply, option);
 }
 
 bool IPCObjectProxy::IsObjectDead() const
@@ -135,16 +136,16 @@ bool IPCObjectProxy::RemoveDeathRecipient(const sptr<DeathRecipient> &recipient)
 int IPCObjectProxy::SendFrameworkRequest(uint32_t code, MessageParcel &reply)
 {
     bool dead = false;
-    sptr<IRemoteObject> target = Target(dead);
+    sptr<HostIpc::RemoteEnd> end = End(dead);
     if (dead) {
         return ERR_DEAD_OBJECT;
     }
-    if (target == nullptr) {
+    if (end == nullptr) {
         return ERR_NULL_OBJECT;
     }
     MessageParcel data;
     MessageOption option;
-    return HostIpc::Transact(target, code, data, reply, option);
+    return end->Transact(code, data, reply, option);
 }
 
 std::u16string IPCObjectProxy::GetInterfaceDescriptor()

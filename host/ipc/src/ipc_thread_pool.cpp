@@ -1,4 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ipc_thread_pool.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <new>
@@ -7,62 +12,94 @@
 
 #include "ipc_log.h"
 #include "ipc_skeleton.h"
+#include "reactor.h"
 #include "thread_identity.h"
 
 namespace OHOS::HostIpc {
-// Never destroyed: its threads may still be parked when the process exits, and joining them then could hang
-// the exit behind a handler that never returns.
+namespace {
+// Idle threads look at the idle time again at least this often, so a shortened one takes effect.
+constexpr auto WAIT_SLICE = std::chrono::seconds(1);
+} // namespace
+
+// Every write to the queue's eventfd is one edge, and the reactor wakes one thread per edge; a thread that takes a
+// task and leaves others queued signals once more, so every queued task has a wake-up on its way.
+class IpcThreadPool::TaskSignal : public Reactor::Source {
+public:
+    explicit TaskSignal(IpcThreadPool &pool) : pool_(pool) {}
+    void OnReady(uint32_t) override
+    {
+        pool_.RunOneTask();
+    }
+
+private:
+    IpcThreadPool &pool_;
+};
+
+// Never destroyed: its threads may still wait when the process exits, and joining them then could hang the exit
+// behind a handler that never returns.
 IpcThreadPool &IpcThreadPool::Get()
 {
     static IpcThreadPool *pool = new IpcThreadPool();
     return *pool;
 }
 
+IpcThreadPool::IpcThreadPool() : signal_(std::make_shared<TaskSignal>(*this))
+{
+    signalFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (signalFd_ < 0 || Reactor::Get().Add(signalFd_, signal_, EPOLLIN | EPOLLET, false) == 0) {
+        HILOG_IPC_ERROR("no task signal: errno %{public}d", errno);
+    }
+}
+
+void IpcThreadPool::Signal()
+{
+    uint64_t one = 1;
+    if (write(signalFd_, &one, sizeof(one)) != sizeof(one)) {
+        uint64_t drained;
+        (void)read(signalFd_, &drained, sizeof(drained)); // a full counter: empty it, the edge still comes
+        (void)write(signalFd_, &one, sizeof(one));
+    }
+}
+
 bool IpcThreadPool::Submit(std::function<void()> task)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    tasks_.push_back(std::move(task));
-    if (tasks_.size() <= idle_) {
-        wakeUp_.notify_one();
-        return true;
-    }
-    if (threads_ >= maxThreads_ || StartThreadLocked() || threads_ > 0) {
-        return true; // waits for the next free thread
-    }
-    tasks_.pop_back();
-    return false;
-}
-
-bool IpcThreadPool::TrySubmitNow(std::function<void()> &task)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (tasks_.size() < idle_) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
         tasks_.push_back(std::move(task));
-        wakeUp_.notify_one();
-        return true;
+        if (tasks_.size() > idle_ && threads_ < maxThreads_ && !StartThreadLocked() && threads_ == 0) {
+            tasks_.pop_back();
+            return false;
+        }
     }
-    if (threads_ < maxThreads_ && StartThreadLocked()) {
-        tasks_.push_back(std::move(task));
-        return true;
-    }
-    return false;
-}
-
-bool IpcThreadPool::TryBorrowThread()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!tasks_.empty() || threads_ >= maxThreads_) {
-        return false;
-    }
-    CountThreadLocked();
+    Signal();
     return true;
 }
 
-void IpcThreadPool::GiveBackThread()
+void IpcThreadPool::EnsureReader()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    threads_--;
-    StartThreadsForWaitingTasksLocked(); // a task that queued while the borrowed thread counted gets its place
+    if (idle_ == 0 && threads_ < maxThreads_) {
+        StartThreadLocked();
+    }
+}
+
+void IpcThreadPool::RunOneTask()
+{
+    std::function<void()> task;
+    bool more;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (tasks_.empty()) {
+            return;
+        }
+        task = std::move(tasks_.front());
+        tasks_.pop_front();
+        more = !tasks_.empty();
+    }
+    if (more) {
+        Signal();
+    }
+    task();
 }
 
 bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
@@ -70,10 +107,16 @@ bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
     if (maxThreads < 1 || maxThreads > LIMIT_MAX_THREADS) {
         return false;
     }
-    std::lock_guard<std::mutex> lock(mutex_);
-    maxThreads_ = maxThreads;
-    StartThreadsForWaitingTasksLocked();
-    wakeUp_.notify_all();
+    size_t start;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        maxThreads_ = maxThreads;
+        start = tasks_.size() > idle_ ? std::min(tasks_.size() - idle_, maxThreads_ - std::min(threads_, maxThreads_))
+                                      : 0;
+        while (start > 0 && StartThreadLocked()) {
+            start--;
+        }
+    }
     return true;
 }
 
@@ -81,13 +124,6 @@ void IpcThreadPool::SetIdleTime(std::chrono::milliseconds idleTime)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     idleTime_ = idleTime;
-    wakeUp_.notify_all();
-}
-
-std::chrono::milliseconds IpcThreadPool::IdleTime()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return idleTime_;
 }
 
 size_t IpcThreadPool::ThreadCount()
@@ -110,18 +146,6 @@ size_t IpcThreadPool::TakePeakThreadCount()
     return peak;
 }
 
-void IpcThreadPool::StartThreadsForWaitingTasksLocked()
-{
-    while (threads_ < maxThreads_ && tasks_.size() > idle_ && StartThreadLocked()) {
-    }
-}
-
-void IpcThreadPool::CountThreadLocked()
-{
-    threads_++;
-    peak_ = std::max(peak_, threads_);
-}
-
 bool IpcThreadPool::StartThreadLocked()
 {
     try {
@@ -130,35 +154,52 @@ bool IpcThreadPool::StartThreadLocked()
         HILOG_IPC_ERROR("no IPC thread could be started: %{public}s", error.what());
         return false;
     }
-    CountThreadLocked();
+    threads_++;
+    peak_ = std::max(peak_, threads_);
     return true;
 }
 
-// Each task starts with a clean thread: no identity left over from the previous one.
+bool IpcThreadPool::EndsIdleLocked(std::chrono::steady_clock::time_point idleSince)
+{
+    if (threads_ > maxThreads_) {
+        return true;
+    }
+    if (std::chrono::steady_clock::now() - idleSince < idleTime_) {
+        return false;
+    }
+    return idle_ > 0 || Reactor::Get().ReaderSources() == 0; // the last one waiting for sockets stays
+}
+
+// Each piece of work starts with a clean thread: no identity left over from the previous one.
 void IpcThreadPool::WorkerLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    for (;;) {
+    auto idleSince = std::chrono::steady_clock::now();
+    while (threads_ <= maxThreads_) {
         idle_++;
-        auto idleSince = std::chrono::steady_clock::now();
-        // The idle time is read on every wake-up, so a shortened one takes effect for threads already waiting.
-        while (tasks_.empty() && threads_ <= maxThreads_ && std::chrono::steady_clock::now() - idleSince < idleTime_) {
-            wakeUp_.wait_until(lock, idleSince + idleTime_);
-        }
-        idle_--;
-        if (tasks_.empty()) {
-            break; // idle for too long, or one thread too many after the maximum was lowered
-        }
-        std::function<void()> task = std::move(tasks_.front());
-        tasks_.pop_front();
+        auto until = std::min(idleSince + idleTime_, std::chrono::steady_clock::now() + WAIT_SLICE);
         lock.unlock();
-        task();
-        task = nullptr;
+        Reactor::Event event;
+        bool woken = Reactor::Get().Wait(until, event);
+        lock.lock();
+        idle_--;
+        if (!woken) {
+            if (EndsIdleLocked(idleSince)) {
+                break;
+            }
+            if (std::chrono::steady_clock::now() - idleSince >= idleTime_) {
+                idleSince = std::chrono::steady_clock::now(); // the last reader stays: it waits a whole idle time again
+            }
+            continue;
+        }
+        if (idle_ == 0 && threads_ < maxThreads_ && Reactor::Get().ReaderSources() > 0) {
+            StartThreadLocked(); // someone has to wait for the next message while this one is served
+        }
+        lock.unlock();
+        Reactor::Get().Dispatch(event);
         ResetThreadIdentity();
         lock.lock();
-        if (threads_ > maxThreads_) {
-            break;
-        }
+        idleSince = std::chrono::steady_clock::now();
     }
     threads_--;
 }

@@ -13,7 +13,7 @@
 #include "ipc_log.h"
 #include "ipc_object_proxy.h"
 #include "iremote_object.h"
-#include "socket_frame.h"
+#include "sealed_memfd.h"
 
 namespace OHOS {
 namespace {

@@ -1,43 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef OHOS_HOST_IPC_OBJECT_REGISTRY_H
 #define OHOS_HOST_IPC_OBJECT_REGISTRY_H
 
+#include <functional>
 #include <map>
 #include <mutex>
 
+#include "boundary.h"
 #include "ipc_object_proxy.h"
 
 namespace OHOS::HostIpc {
-// Which local objects other "processes" hold proxies to, and which of them were killed. One proxy is shared per
-// object while anybody holds it; entries are keyed by address and checked against a weak reference, so an
-// address reused by a new object never inherits an old entry.
+// One proxy per remote object while anybody holds it, and which objects were killed. An entry is keyed by what
+// the proxy stands for (a local object of the in-process boundary, or a socket end) and checked against a weak
+// reference, so an address reused by a new object never inherits an old entry. Above the seam: both boundaries
+// keep their proxies here.
+//
+// Threads: any. Locks: mutex_, taken after a waiter's or a table's; proxies are marked dead and released after it.
 class ObjectRegistry {
 public:
     static ObjectRegistry &Get();
 
-    // The shared proxy for `object`; a proxy passes through unchanged. A killed object yields a dead proxy.
-    sptr<IRemoteObject> ProxyFor(const sptr<IRemoteObject> &object);
-    void Kill(const sptr<IRemoteObject> &object);
-    bool IsKilled(const sptr<IRemoteObject> &object);
-    // What a proxy stands for (null once it died); any other object is its own target.
-    static sptr<IRemoteObject> TargetOf(const sptr<IRemoteObject> &object);
+    // The shared proxy for `key` (held alive by the caller), bound to the end `makeEnd` gives when a new proxy is
+    // needed. A killed key yields a dead proxy.
+    sptr<IRemoteObject> ProxyFor(RefBase *key, const std::function<sptr<RemoteEnd>()> &makeEnd);
+    // The proxy of `key` dies, and so does every later one of it.
+    void Kill(RefBase *key);
+    bool IsKilled(RefBase *key);
     // Called by a proxy that is being destroyed.
-    void Forget(const IRemoteObject *key, const IPCObjectProxy *proxy);
+    void Forget(const RefBase *key, const IPCObjectProxy *proxy);
+    // The end a proxy is bound to; null for a local object or a dead proxy.
+    static sptr<RemoteEnd> EndOf(const sptr<IRemoteObject> &object);
 
 private:
     struct Entry {
-        wptr<IRemoteObject> target;
+        wptr<RefBase> key;
         const IPCObjectProxy *proxyAddress = nullptr;
         wptr<IPCObjectProxy> proxy;
         bool killed = false;
     };
 
     ObjectRegistry() = default;
-    // The live entry for `object`, created when missing; a stale entry left by a dead object is replaced.
-    Entry &EntryForLocked(const sptr<IRemoteObject> &object);
-    sptr<IPCObjectProxy> NewProxyLocked(const sptr<IRemoteObject> &object, Entry &entry);
+    // The live entry for `key`, created when missing; a stale entry left by a dead key is replaced.
+    Entry &EntryForLocked(RefBase *key);
 
     std::mutex mutex_;
-    std::map<const IRemoteObject *, Entry> entries_;
+    std::map<const RefBase *, Entry> entries_;
     int nextHandle_ = 1;
 };
 } // namespace OHOS::HostIpc

@@ -24,14 +24,15 @@ void StopServing(int id);
 // A proxy to the object offered at `path`, or nullptr when nobody serves there (also when its process died).
 sptr<IRemoteObject> ConnectTo(const std::string &path);
 
-// The IPC thread pool: threads running now, requests waiting for a free thread, the most threads that ran at once
-// since the last call, and how long an idle thread waits for work before it ends (10 s unless set; connection
-// readers parked after serving a request end after the same time).
+// The IPC thread pool: threads running now, tasks waiting for a free thread, the most threads that ran at once since
+// the last call, and how long an idle thread waits for work before it ends (10 s unless set; the last thread that
+// waits for the process's sockets stays).
 size_t IpcThreadCount();
 size_t IpcQueuedTaskCount();
 size_t TakePeakIpcThreadCount();
 void SetIpcIdleTime(std::chrono::milliseconds idleTime);
-size_t ParkedReaderCount();
+// Requests read from other processes that wait for a thread or for their object's one-way lane.
+size_t WaitingRequestCount();
 } // namespace OHOS::HostIpc
 
 #endif // OHOS_HOST_XPROC_H

@@ -314,7 +314,8 @@ TEST(ThreadCapTest, RequestsBeyondTheCapWaitAndIdleThreadsEnd)
     sptr<Gate> gate = new Gate();
     sptr<IRemoteObject> proxy = HostIpc::GetProxy(gate);
     constexpr int REQUESTS = 40;
-    constexpr int SYNCHRONOUS = 4; // a reader that serves a request itself counts as one of the threads
+    constexpr int SYNCHRONOUS = 4;
+    bool crossProcess = !HostIpc::CrossProcessDirectory().empty();
     std::vector<std::future<int>> answers;
     for (int i = 0; i < SYNCHRONOUS; i++) {
         answers.push_back(std::async(std::launch::async, [&proxy, i] {
@@ -324,7 +325,9 @@ TEST(ThreadCapTest, RequestsBeyondTheCapWaitAndIdleThreadsEnd)
         }));
     }
     gate->WaitFor(3, 0);
-    EXPECT_TRUE(Eventually([] { return HostIpc::IpcQueuedTaskCount() == SYNCHRONOUS - 3; }));
+    if (!crossProcess) { // across a socket the fourth stays unread in the socket until a thread is free
+        EXPECT_TRUE(Eventually([] { return HostIpc::IpcQueuedTaskCount() == SYNCHRONOUS - 3; }));
+    }
     for (int i = 0; i < REQUESTS; i++) {
         MessageParcel data;
         MessageParcel reply;
@@ -337,11 +340,9 @@ TEST(ThreadCapTest, RequestsBeyondTheCapWaitAndIdleThreadsEnd)
         EXPECT_EQ(answers[i].get(), 100 + i);
     }
     EXPECT_EQ(gate->peak_, 3);
-    if (!HostIpc::CrossProcessDirectory().empty()) { // the readers that served park, until they too are idle
-        EXPECT_TRUE(Eventually([] { return HostIpc::ParkedReaderCount() > 0; }));
-    }
     HostIpc::SetIpcIdleTime(std::chrono::milliseconds(20));
-    EXPECT_TRUE(Eventually([] { return HostIpc::IpcThreadCount() == 0 && HostIpc::ParkedReaderCount() == 0; }));
+    size_t staying = crossProcess ? 1 : 0; // the last thread that waits for the process's sockets stays
+    EXPECT_TRUE(Eventually([staying] { return HostIpc::IpcThreadCount() == staying; }));
     HostIpc::SetIpcIdleTime(std::chrono::seconds(10));
     IPCSkeleton::SetMaxWorkThreadNum(16);
 }
