@@ -44,11 +44,8 @@ bool PeerAllowed(uid_t peer, Connection::Side side)
 } // namespace
 
 Connection::Connection(int socket, Side side, const Identity &peer) :
-    socket_(socket),
-    side_(side),
-    peer_(peer),
-    turn_([this] { Reactor::Get().Arm(readKey_, socket_, EPOLLIN); },
-          [this] { Reactor::Get().Arm(readKey_, socket_, 0); })
+    socket_(socket), side_(side), peer_(peer), turn_([this] { Reactor::Get().Arm(readKey_, socket_, EPOLLIN); },
+                                                     [this] { Reactor::Get().Arm(readKey_, socket_, 0); })
 {
 }
 
@@ -89,7 +86,8 @@ bool Connection::Start(const sptr<IRemoteObject> &root)
     std::weak_ptr<Connection> self = weak_from_this();
     outbox_ = std::make_shared<Outbox>(socket_, [self](const char *why) {
         if (auto connection = self.lock()) {
-            HILOG_IPC_ERROR("pid %{public}d stopped reading: %{public}s; connection closed", connection->peer_.pid, why);
+            HILOG_IPC_ERROR("pid %{public}d stopped reading: %{public}s; connection closed", connection->peer_.pid,
+                            why);
             connection->Die();
         }
     });

@@ -114,8 +114,8 @@ private:
     bool HandleRequest(DecodedFrame &frame, Reader &reader, std::string &why);
     bool HandleReply(DecodedFrame &frame, std::string &why);
     bool HandleRelease(const FrameHeader &header, std::string &why);
-    void Route(const FrameHeader &header, const sptr<IRemoteObject> &target, std::function<void()> task,
-               uint64_t bytes, Reader &reader);
+    void Route(const FrameHeader &header, const sptr<IRemoteObject> &target, std::function<void()> task, uint64_t bytes,
+               Reader &reader);
     void RouteOneWay(const sptr<IRemoteObject> &target, std::function<void()> task, uint64_t bytes, Reader &reader);
     std::function<void()> Charged(std::function<void()> task, uint64_t bytes);
     // The innermost call `token` waits for on this connection (or, within the process, on its other end).

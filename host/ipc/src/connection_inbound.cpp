@@ -54,8 +54,8 @@ bool Connection::ReadOne(Reader &reader)
         return false;
     }
     DecodedFrame frame;
-    FrameFault fault = received == ReceiveResult::TRUNCATED ? FrameFault::TRUNCATED
-                                                              : DecodeFrame(buffer.data(), length, fds, frame);
+    FrameFault fault =
+        received == ReceiveResult::TRUNCATED ? FrameFault::TRUNCATED : DecodeFrame(buffer.data(), length, fds, frame);
     std::string why = FaultText(fault);
     if (fault == FrameFault::NONE && HandleFrame(frame, reader, why)) {
         return true;

@@ -77,10 +77,11 @@ bool Connection::Send(const FrameHeader &header, const MessageParcel *parcel)
 {
     EncodedFrame frame;
     std::vector<std::pair<HandleTable *, uint64_t>> exported;
-    bool encoded = parcel == nullptr ? EncodeFrame(header, nullptr, 0, {}, frame)
-                                     : Encode(header, *parcel, frame, exported);
+    bool encoded =
+        parcel == nullptr ? EncodeFrame(header, nullptr, 0, {}, frame) : Encode(header, *parcel, frame, exported);
     if (!encoded) {
-        HILOG_IPC_ERROR("a parcel of %{public}zu bytes cannot be framed", parcel == nullptr ? 0 : parcel->GetDataSize());
+        HILOG_IPC_ERROR("a parcel of %{public}zu bytes cannot be framed",
+                        parcel == nullptr ? 0 : parcel->GetDataSize());
     }
     Outbox::Result result = encoded ? outbox_->Send(std::move(frame)) : Outbox::Result::FAILED;
     if (result == Outbox::Result::SENT || result == Outbox::Result::QUEUED) {

@@ -207,11 +207,8 @@ FrameFault DecodeFrame(uint8_t *message, size_t length, ReceivedFds &fds, Decode
 }
 
 EncodedFrame::EncodedFrame(EncodedFrame &&other) noexcept :
-    message(std::move(other.message)),
-    fds(std::move(other.fds)),
-    memfd(std::exchange(other.memfd, -1)),
-    owned(std::move(other.owned)),
-    dataBytes(other.dataBytes)
+    message(std::move(other.message)), fds(std::move(other.fds)), memfd(std::exchange(other.memfd, -1)),
+    owned(std::move(other.owned)), dataBytes(other.dataBytes)
 {
     other.owned.clear();
 }
@@ -254,7 +251,7 @@ bool EncodedFrame::OwnDescriptors()
 namespace {
 // The flat objects as the receiver reads them: descriptors numbered in the order they travel.
 std::vector<std::pair<uint64_t, FlatObject>> NumberDescriptors(const std::vector<OutgoingObject> &objects,
-                                                                uint16_t dataInMemfd, std::vector<int> &fds)
+                                                               uint16_t dataInMemfd, std::vector<int> &fds)
 {
     std::vector<std::pair<uint64_t, FlatObject>> flats;
     flats.reserve(objects.size());

@@ -117,9 +117,9 @@ struct EncodedFrame {
 
     std::vector<uint8_t> message;
     std::vector<int> fds;
-    int memfd = -1;          // owned; also the first of `fds`
-    std::vector<int> owned;  // duplicates made by OwnDescriptors, also in `fds`
-    uint64_t dataBytes = 0;  // the data, inline or in the memfd
+    int memfd = -1;         // owned; also the first of `fds`
+    std::vector<int> owned; // duplicates made by OwnDescriptors, also in `fds`
+    uint64_t dataBytes = 0; // the data, inline or in the memfd
 };
 
 // Builds the message of a frame: header, object table and the data, inline when it fits into one message,

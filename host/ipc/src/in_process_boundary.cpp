@@ -84,7 +84,8 @@ bool Dispatch(std::function<void()> task)
 int SendOneWay(const std::shared_ptr<Call> &call)
 {
     std::function<void()> runNow;
-    OneWayLanes::Get().Enter(call->target.GetRefPtr(), [call] { Serve(*call, nullptr); }, runNow);
+    OneWayLanes::Get().Enter(
+        call->target.GetRefPtr(), [call] { Serve(*call, nullptr); }, runNow);
     return !runNow || IpcThreadPool::Get().Submit(std::move(runNow)) ? ERR_NONE : TRANSPORT_FAILED_REPLY;
 }
 
@@ -136,9 +137,8 @@ sptr<IRemoteObject> InProcessBoundary::ProxyFor(const sptr<IRemoteObject> &objec
     if (object == nullptr || object->IsProxyObject()) {
         return object;
     }
-    return ObjectRegistry::Get().ProxyFor(object.GetRefPtr(), [&object] {
-        return sptr<RemoteEnd>(new (std::nothrow) LocalEnd(object));
-    });
+    return ObjectRegistry::Get().ProxyFor(object.GetRefPtr(),
+                                          [&object] { return sptr<RemoteEnd>(new (std::nothrow) LocalEnd(object)); });
 }
 
 // Given a proxy, the object behind it dies; a dead proxy has nothing left to kill.

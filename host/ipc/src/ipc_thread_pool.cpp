@@ -111,8 +111,8 @@ bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
     {
         std::lock_guard<std::mutex> lock(mutex_);
         maxThreads_ = maxThreads;
-        start = tasks_.size() > idle_ ? std::min(tasks_.size() - idle_, maxThreads_ - std::min(threads_, maxThreads_))
-                                      : 0;
+        start =
+            tasks_.size() > idle_ ? std::min(tasks_.size() - idle_, maxThreads_ - std::min(threads_, maxThreads_)) : 0;
         while (start > 0 && StartThreadLocked()) {
             start--;
         }

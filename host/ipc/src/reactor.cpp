@@ -148,12 +148,13 @@ bool Reactor::Wait(Clock::time_point deadline, Event &event)
             continue;
         }
         event.events = ready.events;
-        if (ready.data.u64 == TIMER_KEY) {
+        uint64_t key = ready.data.u64; // a copy: epoll_event is packed, its member is not aligned for a reference
+        if (key == TIMER_KEY) {
             event.source = timerSource_;
             return true;
         }
         std::lock_guard<std::mutex> lock(mutex_);
-        auto found = sources_.find(ready.data.u64);
+        auto found = sources_.find(key);
         event.source = found == sources_.end() ? nullptr : found->second.source.lock();
         if (event.source != nullptr) {
             return true;

@@ -38,7 +38,6 @@ private:
     bool taken_ = false;
     std::deque<std::shared_ptr<CallWaiter>> line_;
     std::shared_ptr<CallWaiter> offered_; // handed the turn, not yet accepted
-
 };
 } // namespace OHOS::HostIpc
 

@@ -26,8 +26,7 @@ int SocketEnd::Transact(uint32_t code, MessageParcel &data, MessageParcel &reply
 sptr<IRemoteObject> SocketEnd::LocalObject()
 {
     const auto &exporter = Connection::LoopbackExporter();
-    return connection_ == Connection::LoopbackImporter() && exporter != nullptr ? exporter->Exported(handle_)
-                                                                                : nullptr;
+    return connection_ == Connection::LoopbackImporter() && exporter != nullptr ? exporter->Exported(handle_) : nullptr;
 }
 
 SocketBoundary &SocketBoundary::Get()
