@@ -65,4 +65,11 @@ uint64_t InboundBudget::ProcessRequests()
     std::lock_guard<std::mutex> lock(process.mutex);
     return process.requests;
 }
+
+uint64_t InboundBudget::ProcessBytes()
+{
+    ProcessBudget &process = Process();
+    std::lock_guard<std::mutex> lock(process.mutex);
+    return process.bytes;
+}
 } // namespace OHOS::HostIpc

@@ -24,8 +24,9 @@ public:
     bool Charge(uint64_t bytes);
     void Refund(uint64_t bytes);
     uint64_t Requests();
-    // What waits in all connections of the process.
+    // What waits in all connections of the process: requests, and the bytes of their parcels.
     static uint64_t ProcessRequests();
+    static uint64_t ProcessBytes();
 
 private:
     std::mutex mutex_;

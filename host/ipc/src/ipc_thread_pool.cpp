@@ -108,14 +108,19 @@ bool IpcThreadPool::SetMaxThreads(size_t maxThreads)
         return false;
     }
     size_t start;
+    bool surplus;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         maxThreads_ = maxThreads;
+        surplus = threads_ > maxThreads_;
         start =
             tasks_.size() > idle_ ? std::min(tasks_.size() - idle_, maxThreads_ - std::min(threads_, maxThreads_)) : 0;
         while (start > 0 && StartThreadLocked()) {
             start--;
         }
+    }
+    if (surplus) {
+        Signal(); // wakes an idle thread; each one too many hands the wake-up on as it ends
     }
     return true;
 }
@@ -191,6 +196,10 @@ void IpcThreadPool::WorkerLoop()
                 idleSince = std::chrono::steady_clock::now(); // the last reader stays: it waits a whole idle time again
             }
             continue;
+        }
+        if (threads_ > maxThreads_) {
+            Reactor::Get().Return(event); // one thread too many after the maximum was lowered: another takes it
+            break;
         }
         if (idle_ == 0 && threads_ < maxThreads_ && Reactor::Get().ReaderSources() > 0) {
             StartThreadLocked(); // someone has to wait for the next message while this one is served

@@ -5,11 +5,26 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 
 #include "ipc_log.h"
 
 namespace OHOS::HostIpc {
+namespace {
+std::atomic<int64_t> g_drainMilliseconds{Outbox::DEFAULT_DRAIN_TIME.count()};
+} // namespace
+
+std::chrono::milliseconds Outbox::DrainTime()
+{
+    return std::chrono::milliseconds(g_drainMilliseconds.load());
+}
+
+void Outbox::SetDrainTime(std::chrono::milliseconds drainTime)
+{
+    g_drainMilliseconds = drainTime.count();
+}
+
 Outbox::Outbox(int socket, std::function<void(const char *why)> onStalled) :
     socket_(socket), onStalled_(std::move(onStalled))
 {
@@ -68,7 +83,7 @@ bool Outbox::QueueLocked(EncodedFrame &&frame)
         Reactor::Get().Arm(watchKey_, watch_, EPOLLOUT);
     }
     std::weak_ptr<Outbox> self = weak_from_this();
-    Reactor::Get().RunAt(queue_.front().since + DRAIN_TIME, [self] {
+    Reactor::Get().RunAt(queue_.front().since + DrainTime(), [self] {
         if (auto outbox = self.lock()) {
             outbox->CheckDrain();
         }
@@ -114,9 +129,9 @@ void Outbox::CheckDrain()
             return;
         }
         oldest = queue_.front().since;
-        if (std::chrono::steady_clock::now() < oldest + DRAIN_TIME) {
+        if (std::chrono::steady_clock::now() < oldest + DrainTime()) {
             std::weak_ptr<Outbox> self = weak_from_this();
-            Reactor::Get().RunAt(oldest + DRAIN_TIME, [self] {
+            Reactor::Get().RunAt(oldest + DrainTime(), [self] {
                 if (auto outbox = self.lock()) {
                     outbox->CheckDrain();
                 }

@@ -24,7 +24,10 @@ class Outbox : public Reactor::Source, public std::enable_shared_from_this<Outbo
 public:
     static constexpr size_t MAX_QUEUED_MESSAGES = 4096;
     static constexpr uint64_t MAX_QUEUED_BYTES = 256ULL * 1024 * 1024; // messages and the data of their memfds
-    static constexpr std::chrono::seconds DRAIN_TIME{10};
+    static constexpr std::chrono::milliseconds DEFAULT_DRAIN_TIME{10000};
+    // How long a message may wait unread before the peer counts as stalled (the default unless set).
+    static std::chrono::milliseconds DrainTime();
+    static void SetDrainTime(std::chrono::milliseconds drainTime);
 
     enum class Result {
         SENT,    // in the socket

@@ -58,7 +58,7 @@ uint64_t Reactor::Add(int fd, const std::shared_ptr<Source> &source, uint32_t ev
         HILOG_IPC_ERROR("descriptor %{public}d cannot be watched: errno %{public}d", fd, errno);
         return 0;
     }
-    sources_[key] = Registration{source, needsReader};
+    sources_[key] = Registration{source, needsReader, fd, events};
     readerSources_ += needsReader ? 1 : 0;
     return key;
 }
@@ -149,6 +149,7 @@ bool Reactor::Wait(Clock::time_point deadline, Event &event)
         }
         event.events = ready.events;
         uint64_t key = ready.data.u64; // a copy: epoll_event is packed, its member is not aligned for a reference
+        event.key = key;
         if (key == TIMER_KEY) {
             event.source = timerSource_;
             return true;
@@ -159,6 +160,23 @@ bool Reactor::Wait(Clock::time_point deadline, Event &event)
         if (event.source != nullptr) {
             return true;
         }
+    }
+}
+
+void Reactor::Return(const Event &event)
+{
+    if (event.key == TIMER_KEY) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ArmTimerLocked();
+        return;
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = sources_.find(event.key);
+    if (found != sources_.end()) {
+        epoll_event again{};
+        again.events = found->second.events;
+        again.data.u64 = event.key;
+        epoll_ctl(epoll_, EPOLL_CTL_MOD, found->second.fd, &again);
     }
 }
 

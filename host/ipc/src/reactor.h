@@ -32,6 +32,7 @@ public:
     struct Event {
         std::shared_ptr<Source> source;
         uint32_t events = 0;
+        uint64_t key = 0;
     };
 
     static Reactor &Get();
@@ -53,6 +54,9 @@ public:
     // Waits until `deadline` for one event; false when none came.
     bool Wait(Clock::time_point deadline, Event &event);
     void Dispatch(Event &event);
+    // Gives an event back unhandled (a thread above the maximum ends instead): its source is armed again, so the
+    // event comes to another thread.
+    void Return(const Event &event);
 
 private:
     class TimerSource;
@@ -69,6 +73,8 @@ private:
     struct Registration {
         std::weak_ptr<Source> source;
         bool needsReader = false;
+        int fd = -1;
+        uint32_t events = 0; // as registered
     };
     std::unordered_map<uint64_t, Registration> sources_;
     size_t readerSources_ = 0;

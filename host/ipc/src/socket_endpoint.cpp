@@ -21,6 +21,7 @@
 #include "inbound_budget.h"
 #include "ipc_log.h"
 #include "ipc_thread_pool.h"
+#include "outbox.h"
 #include "reactor.h"
 
 namespace OHOS::HostIpc {
@@ -356,8 +357,18 @@ void SetIpcIdleTime(std::chrono::milliseconds idleTime)
     IpcThreadPool::Get().SetIdleTime(idleTime);
 }
 
+void SetPeerDrainTime(std::chrono::milliseconds drainTime)
+{
+    Outbox::SetDrainTime(drainTime);
+}
+
 size_t WaitingRequestCount()
 {
     return static_cast<size_t>(InboundBudget::ProcessRequests());
+}
+
+uint64_t WaitingRequestBytes()
+{
+    return InboundBudget::ProcessBytes();
 }
 } // namespace OHOS::HostIpc

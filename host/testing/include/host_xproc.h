@@ -31,8 +31,12 @@ size_t IpcThreadCount();
 size_t IpcQueuedTaskCount();
 size_t TakePeakIpcThreadCount();
 void SetIpcIdleTime(std::chrono::milliseconds idleTime);
-// Requests read from other processes that wait for a thread or for their object's one-way lane.
+// Requests read from other processes that wait for a thread or for their object's one-way lane, and the bytes of
+// their parcels.
 size_t WaitingRequestCount();
+uint64_t WaitingRequestBytes();
+// How long a peer may leave a message of ours unread before its connection ends (10 s unless set).
+void SetPeerDrainTime(std::chrono::milliseconds drainTime);
 } // namespace OHOS::HostIpc
 
 #endif // OHOS_HOST_XPROC_H

@@ -1,11 +1,20 @@
 #include "xproc_peer.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <thread>
+
+#include "host_log.h"
+#include "host_xproc.h"
+#include "xproc_support.h"
 
 #include "ipc_object_stub.h"
 #include "ipc_skeleton.h"
@@ -48,12 +57,51 @@ public:
                 return CheckTransfer(data, reply);
             case CALLBACK_DEATHS:
                 return reply.WriteInt32(deaths_->calls) ? 0 : -1;
+            case SLOW:
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                return OnRemoteRequest(ECHO, data, reply, option);
+            case LIMIT_FDS:
+                return LimitDescriptors() ? 0 : -1;
+            case RAISE_FDS:
+                return setrlimit(RLIMIT_NOFILE, &limit_) == 0 ? 0 : -1;
+            case ACCEPT_FAILURES:
+                return reply.WriteInt32(acceptFailures) ? 0 : -1;
+            case STALLS:
+                return reply.WriteInt32(stalledByBound) && reply.WriteInt32(stalledByTime) ? 0 : -1;
+            case WAITING:
+                return reply.WriteUint64(HostIpc::WaitingRequestCount()) &&
+                               reply.WriteUint64(HostIpc::WaitingRequestBytes())
+                           ? 0
+                           : -1;
+            case BIG: {
+                std::vector<uint8_t> block(1 << 20, 0x42);
+                reply.SetMaxCapacity(2 << 20);
+                return reply.WriteUnpadBuffer(block.data(), block.size()) ? 0 : -1;
+            }
             default:
                 return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
         }
     }
 
+    static inline std::atomic<int32_t> acceptFailures{0};
+    static inline std::atomic<int32_t> stalledByBound{0};
+    static inline std::atomic<int32_t> stalledByTime{0};
+
 private:
+    // The lowest free descriptor number becomes the limit, so the next descriptor of any kind cannot be had.
+    bool LimitDescriptors()
+    {
+        getrlimit(RLIMIT_NOFILE, &limit_);
+        int lowest = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (lowest < 0) {
+            return false;
+        }
+        close(lowest);
+        rlimit lowered = limit_;
+        lowered.rlim_cur = static_cast<rlim_t>(lowest);
+        return setrlimit(RLIMIT_NOFILE, &lowered) == 0;
+    }
+
     int CallBack(int32_t value, MessageParcel &reply)
     {
         sptr<IRemoteObject> callback;
@@ -93,6 +141,7 @@ private:
     std::mutex mutex_;
     std::map<pid_t, sptr<IRemoteObject>> callbacks_;
     sptr<CountingDeaths> deaths_ = new CountingDeaths();
+    rlimit limit_{};
 };
 
 // A client's callback: answers from this process, after asking the service once more when `nested` (so that a
@@ -166,24 +215,113 @@ uint64_t SumOf(const uint8_t *bytes, size_t size)
     return sum;
 }
 
+namespace {
+int RunService()
+{
+    const char *threads = getenv(SERVICE_THREADS_VARIABLE);
+    IPCSkeleton::SetMaxWorkThreadNum(threads == nullptr ? 1 : atoi(threads));
+    HostIpc::SetPeerDrainTime(std::chrono::milliseconds(SERVICE_DRAIN_MILLISECONDS));
+    HiLogSetSink([](const HiLogRecord &record) {
+        TestService::acceptFailures += record.text.find("accept at") != std::string::npos ? 1 : 0;
+        TestService::stalledByBound += record.text.find("passed the bound") != std::string::npos ? 1 : 0;
+        TestService::stalledByTime += record.text.find("for the drain time") != std::string::npos ? 1 : 0;
+    });
+    sptr<IRemoteObject> service = new TestService();
+    auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+    if (manager->AddSystemAbility(TEST_SERVICE_ID, service) != 0) {
+        return 1;
+    }
+    Ready("ready");
+    for (;;) {
+        pause();
+    }
+}
+
+// Registers and looks up in the directory of its environment; tells how many log lines refused the directory.
+int ProbeDirectory()
+{
+    std::atomic<int> told{0};
+    HiLogSetSink([&told](const HiLogRecord &record) {
+        told += record.text.find("registry directory") != std::string::npos ? 1 : 0;
+    });
+    auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+    int32_t added = manager->AddSystemAbility(TEST_SERVICE_ID, new TestService());
+    bool found = manager->GetSystemAbility(TEST_SERVICE_ID) != nullptr;
+    std::printf("add=%d found=%d told=%d\n", added, found ? 1 : 0, told.load());
+    std::fflush(stdout);
+    HiLogSetSink(nullptr);
+    return 0;
+}
+
+// As root: binds the foreign service's name, then listens as another user, so the kernel tells that user to
+// whoever connects. Says how many bytes the one peer that connects sent before it closed.
+int RunForeignService()
+{
+    int listening = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    sockaddr_un address{AF_UNIX, {}};
+    std::string path = ServicePath(FOREIGN_SERVICE_ID);
+    strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    if (bind(listening, reinterpret_cast<sockaddr *>(&address), sizeof(address)) != 0 ||
+        setresgid(FOREIGN_UID, FOREIGN_UID, FOREIGN_UID) != 0 ||
+        setresuid(FOREIGN_UID, FOREIGN_UID, FOREIGN_UID) != 0 || listen(listening, 4) != 0) {
+        Ready("failed");
+        return 1;
+    }
+    Ready("ready");
+    int peer = accept(listening, nullptr, nullptr);
+    char buffer[4096];
+    ssize_t total = 0;
+    for (ssize_t got = 1; peer >= 0 && got > 0;) {
+        got = recv(peer, buffer, sizeof(buffer), 0);
+        total += got > 0 ? got : 0;
+    }
+    std::printf("read %zd\n", total);
+    std::fflush(stdout);
+    return 0;
+}
+
+// As root: becomes another user, then asks the test service as a raw peer; says whether it was answered.
+int RunForeignClient()
+{
+    if (setresgid(FOREIGN_UID, FOREIGN_UID, FOREIGN_UID) != 0 ||
+        setresuid(FOREIGN_UID, FOREIGN_UID, FOREIGN_UID) != 0) {
+        Ready("failed");
+        return 1;
+    }
+    RawPeer peer(ServicePath());
+    bool answered = peer.Connected() && peer.Send(EchoFrame(1, 5)) && !peer.Receive().empty();
+    Ready(!peer.Connected() ? "unreachable" : (answered ? "answered" : "closed"));
+    return 0;
+}
+} // namespace
+
 int RunRole(const std::string &role)
 {
     if (role == "service") {
-        IPCSkeleton::SetMaxWorkThreadNum(1);
-        sptr<IRemoteObject> service = new TestService();
-        if (SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager()->AddSystemAbility(TEST_SERVICE_ID,
-                                                                                                  service) != 0) {
-            return 1;
-        }
-        Ready("ready");
-    } else if (role == "client") {
+        return RunService();
+    }
+    if (role == "client") {
         return RunClient();
-    } else if (role == "holder") {
-        sptr<IRemoteObject> service = KeepCallback(false);
-        Ready(service == nullptr ? "failed" : "ready");
-    } else {
+    }
+    if (role == "second-service") {
+        auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
+        Ready(manager->AddSystemAbility(TEST_SERVICE_ID, new TestService()) == 0 ? "registered" : "refused");
+        return 0;
+    }
+    if (role == "directory-probe") {
+        return ProbeDirectory();
+    }
+    if (role == "foreign-service") {
+        return RunForeignService();
+    }
+    if (role == "foreign-client") {
+        return RunForeignClient();
+    }
+    if (role != "holder") {
         return 2;
     }
+    sptr<IRemoteObject> service = KeepCallback(false);
+    Ready(service == nullptr ? "failed" : "ready");
     for (;;) {
         pause();
     }

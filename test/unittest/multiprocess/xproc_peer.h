@@ -16,14 +16,26 @@ namespace OHOS::TarnbyTest {
 constexpr int32_t TEST_SERVICE_ID = 4001;
 
 enum ServiceCode : uint32_t {
-    ECHO = 1,            // int32 v -> int32 v + 1, int32 calling pid
-    KEEP_CALLBACK = 2,   // object: kept per calling pid, with a death recipient
-    CALL_BACK = 3,       // int32 v -> the kept callback of the caller is asked v synchronously; its answer back
-    HANG = 4,            // prints "hanging" and never answers
-    CHECK_TRANSFER = 5,  // fd, uint32 size, raw data, the same size again and as many bytes inline (a request
-                         // too large for one socket message) -> the text read from the fd, uint64 sum of each
-    CALLBACK_DEATHS = 6, // -> int32 how many kept callbacks died
+    ECHO = 1,             // int32 v -> int32 v + 1, int32 calling pid
+    KEEP_CALLBACK = 2,    // object: kept per calling pid, with a death recipient
+    CALL_BACK = 3,        // int32 v -> the kept callback of the caller is asked v synchronously; its answer back
+    HANG = 4,             // prints "hanging" and never answers
+    CHECK_TRANSFER = 5,   // fd, uint32 size, raw data, the same size again and as many bytes inline (a request
+                          // too large for one socket message) -> the text read from the fd, uint64 sum of each
+    CALLBACK_DEATHS = 6,  // -> int32 how many kept callbacks died
+    SLOW = 7,             // like ECHO, after 20 ms (a handler that lets one-way requests pile up)
+    LIMIT_FDS = 8,        // the process may open no more descriptors: its next accept fails with EMFILE
+    RAISE_FDS = 9,        // the descriptor limit back as it was
+    ACCEPT_FAILURES = 10, // -> int32 how many lines told of failed accepts
+    STALLS = 11,          // -> int32 peers dropped for passing the bound of unread replies, int32 for the drain time
+    WAITING = 12,         // -> uint64 requests waiting in the process, uint64 their bytes
+    BIG = 13,             // -> 1 MiB of data
 };
+constexpr int32_t FOREIGN_SERVICE_ID = 4002;
+constexpr uid_t FOREIGN_UID = 65534;
+// The service role's IPC threads (default 1) and how long it lets a peer leave its replies unread.
+constexpr const char *SERVICE_THREADS_VARIABLE = "XPROC_SERVICE_THREADS";
+constexpr int SERVICE_DRAIN_MILLISECONDS = 1000;
 
 // A callback answers v with v * 1000 + (its pid % 1000), so an answer names the process that gave it.
 inline int32_t CallbackAnswer(int32_t value, pid_t pid)
@@ -49,7 +61,10 @@ public:
     std::atomic<int32_t> calls{0};
 };
 
-// Runs the role named by argv[1] ("service", "client", "holder"); the exit status of the process.
+// Runs the role named by argv[1]: "service", "client", "holder", "second-service" (registers the test service
+// once more and says whether it was refused), "directory-probe" (registers and looks up in the directory of its
+// environment and says what it got), "foreign-service" and "foreign-client" (as root: a peer of another user).
+// The exit status of the process.
 int RunRole(const std::string &role);
 } // namespace OHOS::TarnbyTest
 

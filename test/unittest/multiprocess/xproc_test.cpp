@@ -24,96 +24,10 @@
 #include "iservice_registry.h"
 #include "message_parcel.h"
 #include "xproc_peer.h"
-
-extern char **environ;
+#include "xproc_support.h"
 
 namespace OHOS::TarnbyTest {
 namespace {
-// A child process of this binary in a role; its first output line says it is ready.
-class Child {
-public:
-    explicit Child(const char *role)
-    {
-        int out[2];
-        EXPECT_EQ(pipe2(out, O_CLOEXEC), 0);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-        char *argv[] = {const_cast<char *>("/proc/self/exe"), const_cast<char *>(role), nullptr};
-        EXPECT_EQ(posix_spawn(&pid_, "/proc/self/exe", &actions, nullptr, argv, environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        close(out[1]);
-        output_ = fdopen(out[0], "r");
-    }
-    ~Child()
-    {
-        Kill();
-        fclose(output_);
-    }
-    std::string Line()
-    {
-        char line[64] = {};
-        return fgets(line, sizeof(line), output_) == nullptr ? "" : std::string(line, strcspn(line, "\n"));
-    }
-    void Kill()
-    {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            Wait();
-        }
-    }
-    int Wait()
-    {
-        int status = -1;
-        waitpid(pid_, &status, 0);
-        pid_ = -1;
-        return status;
-    }
-    pid_t Pid() const
-    {
-        return pid_;
-    }
-
-private:
-    pid_t pid_ = -1;
-    FILE *output_ = nullptr;
-};
-
-int32_t Echo(const sptr<IRemoteObject> &service, int32_t value, pid_t *servedFor = nullptr)
-{
-    MessageParcel data;
-    MessageParcel reply;
-    data.WriteInt32(value);
-    int result = Ask(service, ECHO, data, reply);
-    int32_t answer = reply.ReadInt32();
-    if (servedFor != nullptr) {
-        *servedFor = reply.ReadInt32();
-    }
-    return result == 0 ? answer : -result;
-}
-
-// Completion, never speed: polls until `done` holds, giving up only after far longer than any run needs.
-template <typename Condition>
-bool Eventually(Condition done)
-{
-    for (int i = 0; i < 2000 && !done(); i++) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return done();
-}
-
-class CrossProcessTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (HostIpc::CrossProcessDirectory().empty()) {
-            GTEST_SKIP() << "needs OHOS_HOST_IPC_DIR";
-        }
-        ASSERT_EQ(service_.Line(), "ready");
-    }
-    Child service_{"service"};
-};
-
 TEST_F(CrossProcessTest, TwoClientsWithTheirOwnCallbacksAndTheKernelsIdentity)
 {
     pid_t servedFor = 0;
@@ -201,50 +115,49 @@ TEST_F(CrossProcessTest, MalformedFramesCloseOnlyThatConnection)
     struct Rogue {
         const char *what;
         std::vector<uint32_t> words; // sent as they are
-        bool withDescriptor;
+        size_t descriptors;          // copies of one pipe end attached
     };
-    // Header words: magic, kind | in-memfd << 16, code, flags, call id (2), handle (2), threads (4), data size (2),
-    // object count, fd count, wait time, max capacity. Everything else is valid, so the named fault is the one.
-    auto frame = [](uint32_t kind, uint32_t code, uint32_t handle, uint32_t dataSize, uint32_t objects) {
-        return std::vector<uint32_t>{0x43504948, kind, code, 0,        0, 0,       handle, 0, 0,
-                                     0,          0,    0,    dataSize, 0, objects, 0,      0, 0};
+    auto frame = [](auto change) {
+        RawHeader header;
+        change(header);
+        return header.Words();
     };
-    std::vector<uint32_t> foreignHandle = frame(1, 1, 1, 24, 1);
-    for (uint32_t word : {0u, 0u, 0x73682a85u, 0x17fu, 99u, 0u, 0u, 0u}) { // offset 0, then a flat handle 99
+    std::vector<uint32_t> foreignHandle = frame([](RawHeader &h) { h.dataSize = 24, h.objects = 1; });
+    for (uint32_t word : {0u, 0u, FLAT_HANDLE, 0x17fu, 99u, 0u, 0u, 0u}) { // offset 0, then a flat handle 99
         foreignHandle.push_back(word);
     }
+    // 250 fd objects, each naming its descriptor: a frame that is valid only with exactly 250 descriptors.
+    std::vector<uint32_t> manyFds = frame([](RawHeader &h) { h.dataSize = 250 * 24, h.objects = 250, h.fds = 250; });
+    for (uint32_t i = 0; i < 250; i++) {
+        manyFds.insert(manyFds.end(), {i * 24, 0});
+    }
+    for (uint32_t i = 0; i < 250; i++) {
+        manyFds.insert(manyFds.end(), {FLAT_FD, 0x17f, i, 0, 0, 0});
+    }
     const std::vector<Rogue> rogues = {
-        {"shorter than a header", {0x43504948, 1}, false},
-        {"unknown kind", frame(9, 0, 0, 0, 0), false},
-        {"1 MiB claimed in a short message", frame(1, 1, 1, 0x100000, 0), false},
-        {"data memfd missing", frame(0x10001, 1, 1, 64, 0), false},
-        {"descriptor without an fd object", frame(1, 1, 1, 0, 0), true},
-        {"release of a handle never given", frame(3, 1, 77, 0, 0), false},
-        {"object table names a handle never given", foreignHandle, false},
+        {"shorter than a header", {0x43504948, 1}, 0},
+        {"unknown kind", frame([](RawHeader &h) { h.kind = 9; }), 0},
+        {"1 MiB claimed in a short message", frame([](RawHeader &h) { h.dataSize = 0x100000; }), 0},
+        {"data memfd missing", frame([](RawHeader &h) { h.inMemfd = 1, h.dataSize = 64; }), 0},
+        {"descriptor without an fd object", frame([](RawHeader &) {}), 1},
+        {"descriptor count that wraps with the memfd flag",
+         frame([](RawHeader &h) { h.inMemfd = 1, h.fds = 0xFFFFFFFF; }), 0},
+        {"release of a handle never given", frame([](RawHeader &h) { h.kind = 3, h.handle = 77, h.code = 1; }), 0},
+        {"release of more references than given", frame([](RawHeader &h) { h.kind = 3, h.code = 2; }), 0},
+        {"object table names a handle never given", foreignHandle, 0},
+        {"descriptors cut off by the socket", manyFds, 253},
     };
-    std::string path = HostIpc::CrossProcessDirectory() + "/sa-" + std::to_string(TEST_SERVICE_ID);
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     for (const Rogue &rogue : rogues) {
-        int peer = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        sockaddr_un address{AF_UNIX, {}};
-        strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
-        ASSERT_EQ(connect(peer, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0) << rogue.what;
-        iovec bytes{const_cast<uint32_t *>(rogue.words.data()), rogue.words.size() * sizeof(uint32_t)};
-        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-        msghdr message{nullptr, 0, &bytes, 1, nullptr, 0, 0};
-        int stray = STDERR_FILENO;
-        if (rogue.withDescriptor) {
-            message.msg_control = control;
-            message.msg_controllen = sizeof(control);
-            cmsghdr *rights = CMSG_FIRSTHDR(&message);
-            *rights = cmsghdr{CMSG_LEN(sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
-            std::memcpy(CMSG_DATA(rights), &stray, sizeof(int));
-        }
-        ASSERT_GT(sendmsg(peer, &message, MSG_NOSIGNAL), 0) << rogue.what;
-        char reply[16];
-        EXPECT_EQ(recv(peer, reply, sizeof(reply), 0), 0) << rogue.what << ": the connection stays open";
-        close(peer);
+        RawPeer peer(ServicePath());
+        ASSERT_TRUE(peer.Connected()) << rogue.what;
+        ASSERT_TRUE(peer.Send(rogue.words, std::vector<int>(rogue.descriptors, ends[0]))) << rogue.what;
+        EXPECT_TRUE(peer.ClosedByPeer()) << rogue.what << ": the connection stays open";
         EXPECT_EQ(Echo(FindService(), 2), 3) << rogue.what;
     }
+    close(ends[0]);
+    close(ends[1]);
 }
 
 // Runs in both modes: a handler that outlives the wait time, and the cap on IPC threads.
@@ -343,6 +256,11 @@ TEST(ThreadCapTest, RequestsBeyondTheCapWaitAndIdleThreadsEnd)
     HostIpc::SetIpcIdleTime(std::chrono::milliseconds(20));
     size_t staying = crossProcess ? 1 : 0; // the last thread that waits for the process's sockets stays
     EXPECT_TRUE(Eventually([staying] { return HostIpc::IpcThreadCount() == staying; }));
+    MessageParcel data;
+    MessageParcel reply;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // past the idle time: the last reader still reads
+    EXPECT_EQ(Ask(proxy, 7, data, reply), 0);
+    EXPECT_EQ(reply.ReadInt32(), 7);
     HostIpc::SetIpcIdleTime(std::chrono::seconds(10));
     IPCSkeleton::SetMaxWorkThreadNum(16);
 }
