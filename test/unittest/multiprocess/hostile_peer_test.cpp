@@ -72,24 +72,30 @@ size_t SendUnread(RawPeer &peer, size_t count, const std::function<std::vector<u
     return sent;
 }
 
-// How many peers the service dropped: for passing the bound of unread replies, and for the drain time.
-std::pair<int32_t, int32_t> Stalls()
+// Two values the service answers `code` with.
+template <typename First, typename Second>
+std::pair<First, Second> AskPair(uint32_t code, bool (MessageParcel::*readFirst)(First &),
+                                 bool (MessageParcel::*readSecond)(Second &))
 {
     MessageParcel data;
     MessageParcel reply;
-    EXPECT_EQ(Ask(FindService(), STALLS, data, reply), 0);
-    int32_t bound = reply.ReadInt32();
-    return {bound, reply.ReadInt32()};
+    EXPECT_EQ(Ask(FindService(), code, data, reply), 0);
+    std::pair<First, Second> values{};
+    (reply.*readFirst)(values.first);
+    (reply.*readSecond)(values.second);
+    return values;
+}
+
+// How many peers the service dropped: for passing the bound of unread replies, and for the drain time.
+std::pair<int32_t, int32_t> Stalls()
+{
+    return AskPair<int32_t, int32_t>(STALLS, &MessageParcel::ReadInt32, &MessageParcel::ReadInt32);
 }
 
 // What waits in the service: requests, and the bytes of their parcels.
 std::pair<uint64_t, uint64_t> Waiting()
 {
-    MessageParcel data;
-    MessageParcel reply;
-    EXPECT_EQ(Ask(FindService(), WAITING, data, reply), 0);
-    uint64_t requests = reply.ReadUint64();
-    return {requests, reply.ReadUint64()};
+    return AskPair<uint64_t, uint64_t>(WAITING, &MessageParcel::ReadUint64, &MessageParcel::ReadUint64);
 }
 
 // A one-way SLOW request with a four-byte parcel.
@@ -99,19 +105,6 @@ std::vector<uint32_t> SmallOneWay(uint32_t callId)
     frame[2] = SLOW;
     return frame;
 }
-
-// A service with several IPC threads, so that one busy thread does not decide what another client sees.
-class WideServiceTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (HostIpc::CrossProcessDirectory().empty()) {
-            GTEST_SKIP() << "needs OHOS_HOST_IPC_DIR";
-        }
-        ASSERT_EQ(service_.Line(), "ready");
-    }
-    Child service_{"service", {std::string(SERVICE_THREADS_VARIABLE) + "=4"}};
-};
 
 // A service planted under a name answers a client's request with the crash frame: the client loses that
 // connection, nothing more (the reply path shares the decoder).

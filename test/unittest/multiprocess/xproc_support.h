@@ -50,8 +50,10 @@ bool Eventually(Condition done)
     return done();
 }
 
-// The test service in a child process, registered under TEST_SERVICE_ID before each test.
-class CrossProcessTest : public testing::Test {
+// The test service in a child process with `THREADS` IPC threads, registered under TEST_SERVICE_ID before each
+// test.
+template <int THREADS>
+class ServiceTestOf : public testing::Test {
 protected:
     void SetUp() override
     {
@@ -60,8 +62,12 @@ protected:
         }
         ASSERT_EQ(service_.Line(), "ready");
     }
-    Child service_{"service"};
+    Child service_{"service", {std::string(SERVICE_THREADS_VARIABLE) + "=" + std::to_string(THREADS)}};
 };
+// One IPC thread: a nested request must find the one thread that waits for it.
+using CrossProcessTest = ServiceTestOf<1>;
+// Several: one busy thread does not decide what another client sees.
+using WideServiceTest = ServiceTestOf<4>;
 
 // Frame header words as a peer writes them: magic, kind | in-memfd << 16, code, flags, call id (2 words), handle
 // (2), sender and target thread (4), data size (2), object count, fd count, wait time, max capacity.
