@@ -98,8 +98,7 @@ bool Connection::Start(const sptr<IRemoteObject> &root)
         std::lock_guard<std::mutex> lock(Live().mutex);
         Live().all.push_back(shared_from_this());
     }
-    readKey_ = Reactor::Get().Add(socket_, shared_from_this(), EPOLLIN | EPOLLONESHOT);
-    if (readKey_ == 0) {
+    if (!Reactor::Get().Add(socket_, shared_from_this(), EPOLLIN | EPOLLONESHOT, readKey_)) {
         Die();
         return false;
     }

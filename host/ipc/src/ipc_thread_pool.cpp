@@ -46,7 +46,8 @@ IpcThreadPool &IpcThreadPool::Get()
 IpcThreadPool::IpcThreadPool() : signal_(std::make_shared<TaskSignal>(*this))
 {
     signalFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (signalFd_ < 0 || Reactor::Get().Add(signalFd_, signal_, EPOLLIN | EPOLLET, false) == 0) {
+    uint64_t key = 0;
+    if (signalFd_ < 0 || !Reactor::Get().Add(signalFd_, signal_, EPOLLIN | EPOLLET, key, false)) {
         HILOG_IPC_ERROR("no task signal: errno %{public}d", errno);
     }
 }

@@ -75,8 +75,7 @@ bool Outbox::QueueLocked(EncodedFrame &&frame)
     }
     if (watch_ < 0) {
         watch_ = fcntl(socket_, F_DUPFD_CLOEXEC, 0);
-        watchKey_ = watch_ < 0 ? 0 : Reactor::Get().Add(watch_, shared_from_this(), EPOLLOUT | EPOLLONESHOT);
-        if (watchKey_ == 0) {
+        if (watch_ < 0 || !Reactor::Get().Add(watch_, shared_from_this(), EPOLLOUT | EPOLLONESHOT, watchKey_)) {
             return false;
         }
     } else {

@@ -47,20 +47,23 @@ Reactor::Reactor()
     }
 }
 
-uint64_t Reactor::Add(int fd, const std::shared_ptr<Source> &source, uint32_t events, bool needsReader)
+// The key is the caller's before the descriptor is watched: a thread that takes the first event finds it, as it
+// looks the event up under the same lock.
+bool Reactor::Add(int fd, const std::shared_ptr<Source> &source, uint32_t events, uint64_t &key, bool needsReader)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    uint64_t key = nextKey_++;
+    key = nextKey_++;
     epoll_event event{};
     event.events = events;
     event.data.u64 = key;
     if (epoll_ctl(epoll_, EPOLL_CTL_ADD, fd, &event) != 0) {
         HILOG_IPC_ERROR("descriptor %{public}d cannot be watched: errno %{public}d", fd, errno);
-        return 0;
+        key = 0;
+        return false;
     }
     sources_[key] = Registration{source, needsReader, fd, events};
     readerSources_ += needsReader ? 1 : 0;
-    return key;
+    return true;
 }
 
 bool Reactor::Arm(uint64_t key, int fd, uint32_t events)

@@ -39,9 +39,10 @@ public:
 
     // Watches `fd` for `events` (epoll's, EPOLLONESHOT unless the source wants every edge), calling `source` when
     // they come; the reactor holds it weakly, so a source that is gone is simply not called. A source that
-    // `needsReader` (a socket) keeps one IPC thread waiting here for as long as it is registered. Returns the
-    // registration's key, 0 on failure.
-    uint64_t Add(int fd, const std::shared_ptr<Source> &source, uint32_t events, bool needsReader = true);
+    // `needsReader` (a socket) keeps one IPC thread waiting here for as long as it is registered. Stores the
+    // registration's key in `key` before the first event can come (a source arms itself again by its key), false
+    // on failure.
+    bool Add(int fd, const std::shared_ptr<Source> &source, uint32_t events, uint64_t &key, bool needsReader = true);
     // Arms a one-shot registration again; `events` 0 keeps it registered but silent.
     bool Arm(uint64_t key, int fd, uint32_t events);
     void Remove(uint64_t key, int fd);

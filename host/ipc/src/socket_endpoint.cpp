@@ -150,11 +150,11 @@ public:
     {
         nameLock_ = nameLock;
         socket_ = Listen(path_, inode_);
-        key_ = socket_ < 0 ? 0 : Reactor::Get().Add(socket_, shared_from_this(), EPOLLIN | EPOLLONESHOT);
-        if (key_ != 0) {
-            IpcThreadPool::Get().EnsureReader();
+        if (socket_ < 0 || !Reactor::Get().Add(socket_, shared_from_this(), EPOLLIN | EPOLLONESHOT, key_)) {
+            return false;
         }
-        return key_ != 0;
+        IpcThreadPool::Get().EnsureReader();
+        return true;
     }
 
     // The first handle of every accepted connection is the served object.

@@ -366,6 +366,19 @@ TEST_F(CrossProcessTest, FiveHundredIdleConnectionsStartNoThread)
     std::printf("RSS per idle connection: %.1f KiB\n", rssAfter > rssBefore ? (rssAfter - rssBefore) / 500.0 : 0.0);
 }
 
+// A connection that ends leaves nothing behind in the service: a thousand clients that each connect, call once and
+// let go cost it no descriptor afterwards.
+TEST_F(WideServiceTest, EndedConnectionsLeaveNothingBehind)
+{
+    ASSERT_EQ(Echo(FindService(), 0), 1);
+    size_t before = OpenDescriptorCount(service_.Pid());
+    for (int32_t i = 0; i < 1000; i++) {
+        ASSERT_EQ(Echo(FindService(), i), i + 1); // no proxy is kept: each lookup connects anew
+    }
+    EXPECT_TRUE(Eventually([&] { return OpenDescriptorCount(service_.Pid()) <= before; }))
+        << OpenDescriptorCount(service_.Pid()) << " descriptors, " << before << " before";
+}
+
 // A live registration keeps its name; the name of one that was killed is taken over.
 TEST_F(CrossProcessTest, ALiveServiceKeepsItsNameAKilledOnesIsTakenOver)
 {
