@@ -172,6 +172,13 @@ TEST_F(CrossProcessTest, AnAcceptThatFailsForWantOfDescriptorsIsTriedAgain)
 // bound in number or in bytes, and when one stays unread for the drain time. Others are served all along.
 TEST_F(WideServiceTest, APeerThatNeverReadsItsRepliesOnlyHurtsItself)
 {
+    auto drainTime = [](int32_t milliseconds) {
+        MessageParcel data;
+        MessageParcel reply;
+        data.WriteInt32(milliseconds);
+        return Ask(FindService(), DRAIN_TIME, data, reply);
+    };
+    ASSERT_EQ(drainTime(60000), 0); // first the bounds alone, however slow this build is
     std::atomic<bool> attacking{true};
     std::atomic<int> wrong{0};
     std::thread wellBehaved([&attacking, &wrong] {
@@ -192,6 +199,7 @@ TEST_F(WideServiceTest, APeerThatNeverReadsItsRepliesOnlyHurtsItself)
     EXPECT_LT(SendUnread(large, 1000, big), 1000u);
     EXPECT_TRUE(large.ClosedByPeer());
     EXPECT_EQ(Stalls(), std::make_pair(2, 0)) << "dropped for the bytes of its unread replies";
+    ASSERT_EQ(drainTime(1000), 0);
     RawPeer slow(ServicePath());
     // More answers than its socket holds (the kernel keeps a few hundred small ones), far fewer than the bound.
     EXPECT_EQ(SendUnread(slow, 1000, [](uint32_t callId) { return EchoFrame(callId, 1); }), 1000u);

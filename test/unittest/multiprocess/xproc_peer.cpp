@@ -73,6 +73,9 @@ public:
                                reply.WriteUint64(HostIpc::WaitingRequestBytes())
                            ? 0
                            : -1;
+            case DRAIN_TIME:
+                HostIpc::SetPeerDrainTime(std::chrono::milliseconds(data.ReadInt32()));
+                return 0;
             case BIG: {
                 std::vector<uint8_t> block(1 << 20, 0x42);
                 reply.SetMaxCapacity(2 << 20);
@@ -220,7 +223,6 @@ int RunService()
 {
     const char *threads = getenv(SERVICE_THREADS_VARIABLE);
     IPCSkeleton::SetMaxWorkThreadNum(threads == nullptr ? 1 : atoi(threads));
-    HostIpc::SetPeerDrainTime(std::chrono::milliseconds(SERVICE_DRAIN_MILLISECONDS));
     HiLogSetSink([](const HiLogRecord &record) {
         TestService::acceptFailures += record.text.find("accept at") != std::string::npos ? 1 : 0;
         TestService::stalledByBound += record.text.find("passed the bound") != std::string::npos ? 1 : 0;

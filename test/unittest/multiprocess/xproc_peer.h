@@ -30,12 +30,12 @@ enum ServiceCode : uint32_t {
     STALLS = 11,          // -> int32 peers dropped for passing the bound of unread replies, int32 for the drain time
     WAITING = 12,         // -> uint64 requests waiting in the process, uint64 their bytes
     BIG = 13,             // -> 1 MiB of data
+    DRAIN_TIME = 14,      // int32 ms: how long a peer may leave a reply unread
 };
 constexpr int32_t FOREIGN_SERVICE_ID = 4002;
 constexpr uid_t FOREIGN_UID = 65534;
-// The service role's IPC threads (default 1) and how long it lets a peer leave its replies unread.
+// The service role's IPC threads (default 1).
 constexpr const char *SERVICE_THREADS_VARIABLE = "XPROC_SERVICE_THREADS";
-constexpr int SERVICE_DRAIN_MILLISECONDS = 1000;
 
 // A callback answers v with v * 1000 + (its pid % 1000), so an answer names the process that gave it.
 inline int32_t CallbackAnswer(int32_t value, pid_t pid)
