@@ -42,6 +42,18 @@ bool MakeAddress(const std::string &path, sockaddr_un &address)
     return true;
 }
 
+std::atomic<int> g_failingAccepts{0};
+std::atomic<int> g_acceptError{0};
+
+int Accept(int listening)
+{
+    if (g_failingAccepts.load() > 0 && g_failingAccepts.fetch_sub(1) > 0) {
+        errno = g_acceptError.load();
+        return -1;
+    }
+    return accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+}
+
 // Errors that say nothing about the listening socket itself: the process or the system is short of something for
 // a moment, or one peer gave up. The socket is tried again after a short pause.
 bool IsTransientAcceptError(int error)
@@ -161,7 +173,7 @@ public:
     void OnReady(uint32_t) override
     {
         for (int accepted = 0; accepted < ACCEPTS_PER_TURN; accepted++) {
-            int peer = accept4(socket_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+            int peer = Accept(socket_);
             if (peer >= 0) {
                 failing_ = false;
                 Connection::Open(peer, Connection::Side::ACCEPTED, object_);
@@ -355,6 +367,12 @@ size_t TakePeakIpcThreadCount()
 void SetIpcIdleTime(std::chrono::milliseconds idleTime)
 {
     IpcThreadPool::Get().SetIdleTime(idleTime);
+}
+
+void FailNextAccepts(int count, int error)
+{
+    g_acceptError = error;
+    g_failingAccepts = count;
 }
 
 void SetPeerDrainTime(std::chrono::milliseconds drainTime)

@@ -35,6 +35,9 @@ void SetIpcIdleTime(std::chrono::milliseconds idleTime);
 // their parcels.
 size_t WaitingRequestCount();
 uint64_t WaitingRequestBytes();
+// The next `count` accepts of the process's listeners fail with `error` (EMFILE, say), as when the process runs out
+// of descriptors: a fault switch for tests.
+void FailNextAccepts(int count, int error);
 // How long a peer may leave a message of ours unread before its connection ends (10 s unless set).
 void SetPeerDrainTime(std::chrono::milliseconds drainTime);
 } // namespace OHOS::HostIpc

@@ -142,21 +142,18 @@ TEST(PlantedServiceTest, ACrashFrameAsAReplyEndsOnlyThatConnection)
     unlink(path.c_str());
 }
 
-// An accept that fails for want of descriptors is tried again later; it does not end the listening.
+// An accept that fails for want of descriptors is tried again a little later; it does not end the listening, and the
+// burst of failures is told in one line. (The failures are made by the host's fault switch: a process really out of
+// descriptors also blinds the sanitizers' own checks.)
 TEST_F(CrossProcessTest, AnAcceptThatFailsForWantOfDescriptorsIsTriedAgain)
 {
     sptr<IRemoteObject> service = FindService();
     MessageParcel data;
     MessageParcel reply;
-    ASSERT_EQ(Ask(service, LIMIT_FDS, data, reply), 0);
-    RawPeer waiting(ServicePath()); // the kernel takes it; the service cannot accept it yet
+    data.WriteInt32(5);
+    ASSERT_EQ(Ask(service, FAIL_ACCEPTS, data, reply), 0);
+    RawPeer waiting(ServicePath()); // the kernel takes it; the service fails to accept it five times
     ASSERT_TRUE(waiting.Connected());
-    ASSERT_TRUE(Eventually([&service] {
-        MessageParcel none;
-        MessageParcel count;
-        return Ask(service, ACCEPT_FAILURES, none, count) == 0 && count.ReadInt32() > 0;
-    }));
-    ASSERT_EQ(Ask(service, RAISE_FDS, data, reply), 0);
     ASSERT_TRUE(waiting.Send(EchoFrame(1, 41)));
     std::vector<uint32_t> answer = waiting.Receive();
     ASSERT_GT(answer.size(), 18u) << "the waiting connection was never accepted";

@@ -1,7 +1,6 @@
 #include "xproc_peer.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -60,10 +59,9 @@ public:
             case SLOW:
                 std::this_thread::sleep_for(std::chrono::milliseconds(20));
                 return OnRemoteRequest(ECHO, data, reply, option);
-            case LIMIT_FDS:
-                return LimitDescriptors() ? 0 : -1;
-            case RAISE_FDS:
-                return setrlimit(RLIMIT_NOFILE, &limit_) == 0 ? 0 : -1;
+            case FAIL_ACCEPTS:
+                HostIpc::FailNextAccepts(data.ReadInt32(), EMFILE);
+                return 0;
             case ACCEPT_FAILURES:
                 return reply.WriteInt32(acceptFailures) ? 0 : -1;
             case STALLS:
@@ -91,20 +89,6 @@ public:
     static inline std::atomic<int32_t> stalledByTime{0};
 
 private:
-    // The lowest free descriptor number becomes the limit, so the next descriptor of any kind cannot be had.
-    bool LimitDescriptors()
-    {
-        getrlimit(RLIMIT_NOFILE, &limit_);
-        int lowest = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        if (lowest < 0) {
-            return false;
-        }
-        close(lowest);
-        rlimit lowered = limit_;
-        lowered.rlim_cur = static_cast<rlim_t>(lowest);
-        return setrlimit(RLIMIT_NOFILE, &lowered) == 0;
-    }
-
     int CallBack(int32_t value, MessageParcel &reply)
     {
         sptr<IRemoteObject> callback;
@@ -144,7 +128,6 @@ private:
     std::mutex mutex_;
     std::map<pid_t, sptr<IRemoteObject>> callbacks_;
     sptr<CountingDeaths> deaths_ = new CountingDeaths();
-    rlimit limit_{};
 };
 
 // A client's callback: answers from this process, after asking the service once more when `nested` (so that a

@@ -24,8 +24,7 @@ enum ServiceCode : uint32_t {
                           // too large for one socket message) -> the text read from the fd, uint64 sum of each
     CALLBACK_DEATHS = 6,  // -> int32 how many kept callbacks died
     SLOW = 7,             // like ECHO, after 20 ms (a handler that lets one-way requests pile up)
-    LIMIT_FDS = 8,        // the process may open no more descriptors: its next accept fails with EMFILE
-    RAISE_FDS = 9,        // the descriptor limit back as it was
+    FAIL_ACCEPTS = 8,     // int32 n: the next n accepts fail with EMFILE, as when the process has no descriptor left
     ACCEPT_FAILURES = 10, // -> int32 how many lines told of failed accepts
     STALLS = 11,          // -> int32 peers dropped for passing the bound of unread replies, int32 for the drain time
     WAITING = 12,         // -> uint64 requests waiting in the process, uint64 their bytes
