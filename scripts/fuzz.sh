@@ -7,7 +7,7 @@ set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 seconds="${1:-1800}"
 build="$root/build-asan"
-targets=(client parcel emulator)
+targets=(client parcel emulator frame)
 
 bash "$root/scripts/setup.sh" "$build" -DCMAKE_BUILD_TYPE=Debug -DTARNBY_SANITIZE=ON -DTARNBY_BUILD_BENCHMARKS=OFF \
     -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++

@@ -43,10 +43,11 @@ public:
 private:
     friend class HostIpc::ObjectRegistry;
 
-    // Binds the proxy to the end that reaches the other side; `key` names it in the registry.
-    void Attach(const sptr<HostIpc::RemoteEnd> &end, const RefBase *key);
+    // Binds the proxy to the end that reaches the other side.
+    void Attach(const sptr<HostIpc::RemoteEnd> &end);
     // The other side died: later requests fail and every recipient is told once, on an IPC thread.
     void MarkDead();
+    void NotifyDeath(std::vector<sptr<DeathRecipient>> recipients);
     sptr<HostIpc::RemoteEnd> End(bool &dead);
     int SendFrameworkRequest(uint32_t code, MessageParcel &reply);
 
@@ -55,7 +56,6 @@ private:
     mutable std::mutex mutex_;
     bool isDead_ = false;
     sptr<HostIpc::RemoteEnd> end_;
-    const RefBase *key_ = nullptr;
     std::vector<sptr<DeathRecipient>> recipients_;
 };
 } // namespace OHOS

@@ -6,6 +6,13 @@
 // boundaries of the host: the in-process one, where another "process" is played by IPC threads of this one, and
 // the socket one, where it is a real process at the other end of a Unix-domain socket. Nothing above the seam knows
 // which of the two carries a request.
+//
+// Lock order of the whole host IPC (a thread that holds one lock may take the ones after it, never one before):
+// a CallWaiter's (a reply is taken apart under it) -> a connection's HandleTable, the ObjectRegistry -> an
+// IPCObjectProxy's; the IpcThreadPool's -> the Reactor's; an Outbox's -> the Reactor's; a connection's budget -> the
+// process's budget; the listeners' -> a listener's name lock. Every other lock is a leaf (a connection's calls and
+// reading turn, the live connections, the one-way lanes, a call's). No lock is held while a handler, a death
+// recipient, a task, a source or a timer runs.
 #include <cstdint>
 
 #include "iremote_object.h"

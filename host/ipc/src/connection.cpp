@@ -13,7 +13,6 @@
 #include "ipc_log.h"
 #include "ipc_thread_pool.h"
 #include "object_registry.h"
-#include "socket_end.h"
 
 namespace OHOS::HostIpc {
 namespace {
@@ -141,6 +140,27 @@ const std::shared_ptr<Connection> &Connection::LoopbackImporter()
     return TheLoopback().importer;
 }
 
+SocketEnd::SocketEnd(std::shared_ptr<Connection> connection, uint64_t handle) :
+    connection_(std::move(connection)), handle_(handle)
+{
+}
+
+SocketEnd::~SocketEnd()
+{
+    connection_->DropImport(*this);
+}
+
+int SocketEnd::Transact(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
+{
+    return connection_->Transact(handle_, code, data, reply, option);
+}
+
+sptr<IRemoteObject> SocketEnd::LocalObject()
+{
+    const auto &exporter = Connection::LoopbackExporter();
+    return connection_ == Connection::LoopbackImporter() && exporter != nullptr ? exporter->Exported(handle_) : nullptr;
+}
+
 const std::shared_ptr<Connection> &Connection::Partner() const
 {
     static const std::shared_ptr<Connection> none;
@@ -174,7 +194,18 @@ sptr<SocketEnd> Connection::ImportEnd(uint64_t handle)
 
 sptr<IRemoteObject> Connection::ImportProxy(uint64_t handle)
 {
-    return SocketBoundary::ProxyOf(ImportEnd(handle));
+    return ProxyOf(ImportEnd(handle));
+}
+
+sptr<IRemoteObject> Connection::ProxyOf(const sptr<SocketEnd> &end)
+{
+    if (end == nullptr) {
+        return nullptr;
+    }
+    if (end->IsDead()) {
+        ObjectRegistry::Get().Kill(end.GetRefPtr());
+    }
+    return ObjectRegistry::Get().ProxyFor(end.GetRefPtr(), [&end] { return sptr<RemoteEnd>(end); });
 }
 
 // Within the process every object crossing its own connection arrives as the one shared proxy, as across the

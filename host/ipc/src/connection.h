@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "boundary.h"
 #include "call_waiter.h"
 #include "frame_codec.h"
 #include "handle_table.h"
@@ -21,7 +22,45 @@
 #include "thread_identity.h"
 
 namespace OHOS::HostIpc {
-class SocketEnd;
+class Connection;
+
+// What a proxy of the socket boundary is bound to: this process's end of an object of the peer process. When the
+// last proxy goes, the peer is told how many references this process held.
+//
+// Threads: any. Locks: none of its own; its count of references is guarded by the connection's handle table.
+class SocketEnd : public RemoteEnd {
+public:
+    SocketEnd(std::shared_ptr<Connection> connection, uint64_t handle);
+    ~SocketEnd() override;
+
+    int Transact(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override;
+    // The exported object of this process behind an end of the process's connection to itself.
+    sptr<IRemoteObject> LocalObject() override;
+
+    const std::shared_ptr<Connection> &GetConnection() const
+    {
+        return connection_;
+    }
+    uint64_t Handle() const
+    {
+        return handle_;
+    }
+    void MarkDead()
+    {
+        dead_ = true;
+    }
+    bool IsDead() const
+    {
+        return dead_;
+    }
+
+    uint64_t acquired_ = 0; // references the peer counted for this end; guarded by the connection's handle table
+
+private:
+    const std::shared_ptr<Connection> connection_;
+    const uint64_t handle_;
+    std::atomic<bool> dead_{false}; // the peer said the object died, or the connection did: nothing to release
+};
 
 // One end of a connection between two processes, over a non-blocking SOCK_SEQPACKET socket. Each end exports its
 // local objects by handle and imports the peer's as SocketEnds (HandleTable); frames go out through the Outbox,
@@ -36,8 +75,8 @@ class SocketEnd;
 // reply (it polls its own socket while it waits). A reply read by another thread, or a request read by a caller
 // that waits for something else, costs one more.
 //
-// Threads: any. Locks, in order (see also ipc_log.h): a CallWaiter's, then calls_ (pending calls, death), then the
-// handle table's and the registry's; the reading turn's, the outbox's and the budget's are leaves. No lock is held
+// Threads: any. Locks (the order of the folder is in boundary.h): callsMutex_ (pending calls, death) is a leaf; a
+// reply is taken apart under its waiter's lock, which takes the handle table's and the registry's. No lock is held
 // while a handler, a waiter or a send runs.
 class Connection : public Reactor::Source, public std::enable_shared_from_this<Connection> {
 public:
@@ -63,6 +102,8 @@ public:
     sptr<IRemoteObject> Exported(uint64_t handle);
     // The shared proxy for the peer's object `handle`, counting one reference received.
     sptr<IRemoteObject> ImportProxy(uint64_t handle);
+    // The shared proxy for `end`, dead when `end` is.
+    static sptr<IRemoteObject> ProxyOf(const sptr<SocketEnd> &end);
     // The peer's proxies to `object` die; its handle is retired. The retired handle, 0 when not exported here.
     uint64_t KillExport(const IRemoteObject *object);
     // The peer said its object `handle` died: the proxies to it die (the recipients are told on an IPC thread).

@@ -9,7 +9,6 @@
 #include "ipc_thread_pool.h"
 #include "object_registry.h"
 #include "request_serving.h"
-#include "socket_end.h"
 
 namespace OHOS::HostIpc {
 namespace {
@@ -303,7 +302,7 @@ bool Connection::MaterializeObject(FrameObject &object, TableEntry &entry, FlatO
     } else {
         end = (side_ == Side::LOOPBACK ? LoopbackImporter() : shared_from_this())->ImportEnd(object.handle);
     }
-    entry.object = SocketBoundary::ProxyOf(end);
+    entry.object = ProxyOf(end);
     auto *proxy = static_cast<IPCObjectProxy *>(entry.object.GetRefPtr());
     if (proxy == nullptr) {
         why = "no memory for a proxy";

@@ -9,7 +9,6 @@
 #include "connection.h"
 #include "ipc_log.h"
 #include "object_registry.h"
-#include "socket_end.h"
 
 namespace OHOS::HostIpc {
 namespace {

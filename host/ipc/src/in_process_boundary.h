@@ -8,6 +8,8 @@ namespace OHOS::HostIpc {
 // The process boundary played inside one process: a request is copied the way the driver would deliver it (fresh
 // parcel, every object as its shared proxy, descriptors duplicated) and its handler runs on an IPC thread, never
 // on the caller's.
+//
+// Threads: any; handlers run on IPC threads, nested ones on the waiting caller. Locks: none of its own.
 class InProcessBoundary : public Boundary {
 public:
     static InProcessBoundary &Get();

@@ -4,9 +4,8 @@
 
 #include "boundary.h"
 #include "ipc_log.h"
+#include "ipc_thread_pool.h"
 #include "message_parcel.h"
-#include "object_registry.h"
-#include "request_serving.h"
 
 namespace OHOS {
 namespace {
@@ -23,18 +22,12 @@ IPCObjectProxy::IPCObjectProxy(int handle, std::u16string descriptor, int proto)
 {
 }
 
-IPCObjectProxy::~IPCObjectProxy()
-{
-    if (key_ != nullptr) {
-        HostIpc::ObjectRegistry::Get().Forget(key_, this);
-    }
-}
+IPCObjectProxy::~IPCObjectProxy() = default;
 
-void IPCObjectProxy::Attach(const sptr<HostIpc::RemoteEnd> &end, const RefBase *key)
+void IPCObjectProxy::Attach(const sptr<HostIpc::RemoteEnd> &end)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     end_ = end;
-    key_ = key;
 }
 
 sptr<HostIpc::RemoteEnd> IPCObjectProxy::End(bool &dead)
@@ -42,6 +35,21 @@ sptr<HostIpc::RemoteEnd> IPCObjectProxy::End(bool &dead)
     std::lock_guard<std::mutex> lock(mutex_);
     dead = isDead_;
     return end_;
+}
+
+// Each recipient is told once, on an IPC thread, with this proxy.
+void IPCObjectProxy::NotifyDeath(std::vector<sptr<DeathRecipient>> recipients)
+{
+    sptr<IRemoteObject> self(this);
+    auto task = [self, recipients = std::move(recipients)] {
+        wptr<IRemoteObject> dead(self);
+        for (const auto &recipient : recipients) {
+            recipient->OnRemoteDied(dead);
+        }
+    };
+    if (!HostIpc::IpcThreadPool::Get().Submit(std::move(task))) {
+        HILOG_IPC_ERROR("a death cannot be reported: no IPC thread");
+    }
 }
 
 void IPCObjectProxy::MarkDead()
@@ -58,7 +66,7 @@ void IPCObjectProxy::MarkDead()
         end = std::move(end_);
     }
     if (!recipients.empty()) {
-        HostIpc::NotifyDeath(this, std::move(recipients));
+        NotifyDeath(std::move(recipients));
     }
 }
 

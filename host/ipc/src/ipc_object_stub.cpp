@@ -5,8 +5,8 @@
 #include <chrono>
 
 #include "ipc_log.h"
-#include "ipc_skeleton.h"
 #include "message_parcel.h"
+#include "thread_identity.h"
 
 namespace OHOS {
 IPCObjectStub::IPCObjectStub(std::u16string descriptor, bool serialInvokeFlag) :
@@ -110,21 +110,21 @@ bool IPCObjectStub::RemoveDeathRecipient(const sptr<DeathRecipient> &recipient)
 
 int32_t IPCObjectStub::GetCallingPid()
 {
-    return IPCSkeleton::GetCallingPid();
+    return HostIpc::CallerOrSelf().pid;
 }
 
 int32_t IPCObjectStub::GetCallingUid()
 {
-    return IPCSkeleton::GetCallingUid();
+    return HostIpc::CallerOrSelf().uid;
 }
 
 uint32_t IPCObjectStub::GetCallingTokenID()
 {
-    return IPCSkeleton::GetCallingTokenID();
+    return static_cast<uint32_t>(HostIpc::CallerOrSelf().fullTokenId);
 }
 
 uint64_t IPCObjectStub::GetCallingFullTokenID()
 {
-    return IPCSkeleton::GetCallingFullTokenID();
+    return HostIpc::CallerOrSelf().fullTokenId;
 }
 } // namespace OHOS

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <mutex>
 
+#include "ipc_thread_pool.h"
 #include "thread_identity.h"
 
 namespace OHOS {
@@ -27,11 +28,7 @@ ContextHolder &Context()
 
 HostIpc::Identity Caller()
 {
-    const HostIpc::Identity *caller = HostIpc::CallingIdentity();
-    if (caller != nullptr) {
-        return *caller;
-    }
-    return HostIpc::Identity{getpid(), static_cast<pid_t>(getuid()), IPCSkeleton::GetSelfFullTokenID()};
+    return HostIpc::CallerOrSelf();
 }
 } // namespace
 
@@ -78,6 +75,11 @@ std::string IPCSkeleton::GetLocalDeviceID()
 bool IPCSkeleton::IsLocalCalling()
 {
     return true;
+}
+
+bool IPCSkeleton::SetMaxWorkThreadNum(int maxThreadNum)
+{
+    return maxThreadNum > 0 && HostIpc::IpcThreadPool::Get().SetMaxThreads(static_cast<size_t>(maxThreadNum));
 }
 
 sptr<IRemoteObject> IPCSkeleton::GetContextObject()

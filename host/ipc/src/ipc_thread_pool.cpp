@@ -11,7 +11,6 @@
 #include <thread>
 
 #include "ipc_log.h"
-#include "ipc_skeleton.h"
 #include "reactor.h"
 #include "thread_identity.h"
 
@@ -214,10 +213,3 @@ void IpcThreadPool::WorkerLoop()
     threads_--;
 }
 } // namespace OHOS::HostIpc
-
-namespace OHOS {
-bool IPCSkeleton::SetMaxWorkThreadNum(int maxThreadNum)
-{
-    return maxThreadNum > 0 && HostIpc::IpcThreadPool::Get().SetMaxThreads(static_cast<size_t>(maxThreadNum));
-}
-} // namespace OHOS

@@ -1,6 +1,12 @@
 #include "iremote_broker.h"
 
 namespace OHOS {
+// Here, beside the broker it returns: a plain remote object is no interface of its own.
+sptr<IRemoteBroker> IRemoteObject::AsInterface()
+{
+    return nullptr;
+}
+
 // Never destroyed: static delegators of other libraries unregister during exit, in no particular order.
 BrokerRegistration &BrokerRegistration::Get()
 {

@@ -1,6 +1,5 @@
 #include "iremote_object.h"
 
-#include "iremote_broker.h"
 #include "message_parcel.h"
 
 namespace OHOS {
@@ -17,11 +16,6 @@ bool IRemoteObject::IsProxyObject() const
 bool IRemoteObject::CheckObjectLegality() const
 {
     return false;
-}
-
-sptr<IRemoteBroker> IRemoteObject::AsInterface()
-{
-    return nullptr;
 }
 
 bool IRemoteObject::IsObjectDead() const

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "object_registry.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
 
 namespace OHOS::HostIpc {
@@ -11,8 +13,22 @@ ObjectRegistry &ObjectRegistry::Get()
     return *registry;
 }
 
+void ObjectRegistry::PruneLocked()
+{
+    if (entries_.size() < pruneAt_) {
+        return;
+    }
+    for (auto entry = entries_.begin(); entry != entries_.end();) {
+        bool keyGone = entry->second.key.promote() == nullptr;
+        bool proxyGone = entry->second.proxy.promote() == nullptr;
+        entry = keyGone || (proxyGone && !entry->second.killed) ? entries_.erase(entry) : std::next(entry);
+    }
+    pruneAt_ = std::max<size_t>(64, entries_.size() * 2);
+}
+
 ObjectRegistry::Entry &ObjectRegistry::EntryForLocked(RefBase *key)
 {
+    PruneLocked();
     Entry &entry = entries_[key];
     // The caller holds `key`, so an entry of this very key promotes; one of a dead predecessor does not.
     if (entry.key.promote().GetRefPtr() != key) {
@@ -24,7 +40,7 @@ ObjectRegistry::Entry &ObjectRegistry::EntryForLocked(RefBase *key)
 
 sptr<IRemoteObject> ObjectRegistry::ProxyFor(RefBase *key, const std::function<sptr<RemoteEnd>()> &makeEnd)
 {
-    sptr<IPCObjectProxy> proxy; // released after the lock: a last release re-enters through Forget
+    sptr<IPCObjectProxy> proxy; // released after the lock: the last release of another proxy may run here
     std::lock_guard<std::mutex> lock(mutex_);
     Entry &entry = EntryForLocked(key);
     proxy = entry.proxy.promote();
@@ -36,11 +52,10 @@ sptr<IRemoteObject> ObjectRegistry::ProxyFor(RefBase *key, const std::function<s
     if (proxy == nullptr || (end == nullptr && !entry.killed)) {
         return nullptr;
     }
-    proxy->Attach(end, key);
+    proxy->Attach(end);
     if (entry.killed) {
         proxy->MarkDead(); // nobody could have added a recipient yet, so nothing is dispatched
     }
-    entry.proxyAddress = proxy.GetRefPtr();
     entry.proxy = proxy;
     return proxy;
 }
@@ -67,20 +82,6 @@ bool ObjectRegistry::IsKilled(RefBase *key)
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = entries_.find(key);
     return found != entries_.end() && found->second.killed && found->second.key.promote().GetRefPtr() == key;
-}
-
-void ObjectRegistry::Forget(const RefBase *key, const IPCObjectProxy *proxy)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto found = entries_.find(key);
-    if (found == entries_.end() || found->second.proxyAddress != proxy) {
-        return;
-    }
-    if (found->second.killed) {
-        found->second.proxyAddress = nullptr; // the death is remembered for later proxies
-    } else {
-        entries_.erase(found);
-    }
 }
 
 sptr<RemoteEnd> ObjectRegistry::EndOf(const sptr<IRemoteObject> &object)

@@ -26,15 +26,12 @@ public:
     // The proxy of `key` dies, and so does every later one of it.
     void Kill(RefBase *key);
     bool IsKilled(RefBase *key);
-    // Called by a proxy that is being destroyed.
-    void Forget(const RefBase *key, const IPCObjectProxy *proxy);
     // The end a proxy is bound to; null for a local object or a dead proxy.
     static sptr<RemoteEnd> EndOf(const sptr<IRemoteObject> &object);
 
 private:
     struct Entry {
         wptr<RefBase> key;
-        const IPCObjectProxy *proxyAddress = nullptr;
         wptr<IPCObjectProxy> proxy;
         bool killed = false;
     };
@@ -42,10 +39,14 @@ private:
     ObjectRegistry() = default;
     // The live entry for `key`, created when missing; a stale entry left by a dead key is replaced.
     Entry &EntryForLocked(RefBase *key);
+    // Drops the entries nobody needs any more (their key gone, or their proxy gone and no death to remember), once
+    // the table has doubled since the last time: proxies never call back into the registry.
+    void PruneLocked();
 
     std::mutex mutex_;
     std::map<const RefBase *, Entry> entries_;
     int nextHandle_ = 1;
+    size_t pruneAt_ = 64;
 };
 } // namespace OHOS::HostIpc
 

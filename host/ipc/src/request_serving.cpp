@@ -17,19 +17,6 @@ int ServeRequest(const sptr<IRemoteObject> &target, uint32_t code, MessageParcel
     return reply.GetDataSize() != 0 ? ERR_NONE : result;
 }
 
-void NotifyDeath(const sptr<IRemoteObject> &proxy, std::vector<sptr<IRemoteObject::DeathRecipient>> recipients)
-{
-    auto task = [proxy, recipients = std::move(recipients)] {
-        wptr<IRemoteObject> dead(proxy);
-        for (const auto &recipient : recipients) {
-            recipient->OnRemoteDied(dead);
-        }
-    };
-    if (!IpcThreadPool::Get().Submit(std::move(task))) {
-        HILOG_IPC_ERROR("a death cannot be reported: no IPC thread");
-    }
-}
-
 OneWayLanes &OneWayLanes::Get()
 {
     static OneWayLanes *lanes = new OneWayLanes();

@@ -3,8 +3,8 @@
 #define OHOS_HOST_IPC_REQUEST_SERVING_H
 
 // How a request is served once it has crossed a boundary, the same for both: the handler runs with the caller's
-// identity, nested requests find the waiting caller, the reply rule of the driver applies, one-way requests to one
-// object keep their order, and death is told on an IPC thread.
+// identity, nested requests find the waiting caller, the reply rule of the driver applies, and one-way requests to
+// one object keep their order.
 #include <deque>
 #include <functional>
 #include <map>
@@ -20,9 +20,6 @@ namespace OHOS::HostIpc {
 // over the handler's own result: the result that travels back is returned.
 int ServeRequest(const sptr<IRemoteObject> &target, uint32_t code, MessageParcel &data, MessageParcel &reply,
                  MessageOption &option, const Identity &caller, ServingContext context);
-
-// Tells each recipient, once, on an IPC thread, that `proxy` died.
-void NotifyDeath(const sptr<IRemoteObject> &proxy, std::vector<sptr<IRemoteObject::DeathRecipient>> recipients);
 
 // One-way requests to one object are served one at a time, in the order they came, as the driver delivers them;
 // requests to different objects do not wait for each other.

@@ -147,6 +147,9 @@ int Listen(const std::string &path, ino_t &inode)
     return listening;
 }
 
+// A listening socket in the reactor; each accepted peer becomes a connection that offers the served object.
+//
+// Threads: the IPC thread that takes its event, a timer, the thread that stops it. Locks: nameLockMutex_, a leaf.
 class Listener : public Reactor::Source, public std::enable_shared_from_this<Listener> {
 public:
     Listener(const std::string &path, const sptr<IRemoteObject> &object) : path_(path), object_(object) {}

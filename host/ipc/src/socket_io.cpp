@@ -94,10 +94,10 @@ ReceiveResult ReceiveMessage(int socket, std::vector<uint8_t> &buffer, size_t &l
     if (received < 0) {
         return errno == EAGAIN || errno == EWOULDBLOCK ? ReceiveResult::NOTHING : ReceiveResult::END;
     }
+    CollectDescriptors(header, fds); // an empty message may carry descriptors too: they are ours to close now
     if (received == 0) {
         return ReceiveResult::END;
     }
-    CollectDescriptors(header, fds);
     length = static_cast<size_t>(received);
     return (header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 ? ReceiveResult::TRUNCATED : ReceiveResult::MESSAGE;
 }

@@ -30,6 +30,12 @@ const Identity *CallingIdentity()
     return t_identities.hasCaller ? &t_identities.caller : nullptr;
 }
 
+Identity CallerOrSelf()
+{
+    return t_identities.hasCaller ? t_identities.caller
+                                  : Identity{getpid(), static_cast<pid_t>(getuid()), HOST_SELF_TOKEN_ID};
+}
+
 void ResetThreadIdentity()
 {
     t_identities = ThreadIdentities();

@@ -19,6 +19,8 @@ constexpr uint64_t HOST_SELF_TOKEN_ID = 0;
 Identity SenderIdentity();
 // The sender of the request this thread is handling, or nullptr outside a request.
 const Identity *CallingIdentity();
+// The sender of the request this thread is handling; outside a request this process itself.
+Identity CallerOrSelf();
 // Forgets both, so a pooled thread starts its next task clean.
 void ResetThreadIdentity();
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+// Which boundary this process uses, and the host-only controls that act on it.
 #include "boundary.h"
 
 #include "connection.h"
 #include "host_ipc.h"
 #include "host_ipc_proxy.h"
 #include "in_process_boundary.h"
-#include "socket_end.h"
+#include "socket_boundary.h"
 
 namespace OHOS::HostIpc {
 Boundary &Boundary::Active()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "socket_end.h"
+#include "socket_boundary.h"
 
 #include <new>
 
@@ -8,42 +8,10 @@
 #include "object_registry.h"
 
 namespace OHOS::HostIpc {
-SocketEnd::SocketEnd(std::shared_ptr<Connection> connection, uint64_t handle) :
-    connection_(std::move(connection)), handle_(handle)
-{
-}
-
-SocketEnd::~SocketEnd()
-{
-    connection_->DropImport(*this);
-}
-
-int SocketEnd::Transact(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
-{
-    return connection_->Transact(handle_, code, data, reply, option);
-}
-
-sptr<IRemoteObject> SocketEnd::LocalObject()
-{
-    const auto &exporter = Connection::LoopbackExporter();
-    return connection_ == Connection::LoopbackImporter() && exporter != nullptr ? exporter->Exported(handle_) : nullptr;
-}
-
 SocketBoundary &SocketBoundary::Get()
 {
     static SocketBoundary *boundary = new SocketBoundary();
     return *boundary;
-}
-
-sptr<IRemoteObject> SocketBoundary::ProxyOf(const sptr<SocketEnd> &end)
-{
-    if (end == nullptr) {
-        return nullptr;
-    }
-    if (end->IsDead()) {
-        ObjectRegistry::Get().Kill(end.GetRefPtr());
-    }
-    return ObjectRegistry::Get().ProxyFor(end.GetRefPtr(), [&end] { return sptr<RemoteEnd>(end); });
 }
 
 // An object of this process is reached through the process's connection to itself, as another process would reach
