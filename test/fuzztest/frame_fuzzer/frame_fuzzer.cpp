@@ -22,6 +22,7 @@
 #include "fuzz_parcel.h"
 #include "ipc_object_stub.h"
 #include "ipc_thread_pool.h"
+#include "raw_message.h"
 #include "reactor.h"
 
 namespace OHOS::TarnbyFuzz {
@@ -56,21 +57,6 @@ int MakeDescriptor(const uint8_t *&data, size_t &size)
     return fd;
 }
 
-void Send(int socket, const uint8_t *data, size_t size, const std::vector<int> &fds)
-{
-    iovec bytes{const_cast<uint8_t *>(data), size};
-    std::vector<char> control(CMSG_SPACE(sizeof(int) * fds.size()));
-    msghdr message{nullptr, 0, &bytes, 1, nullptr, 0, 0};
-    if (!fds.empty()) {
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr *rights = CMSG_FIRSTHDR(&message);
-        *rights = cmsghdr{CMSG_LEN(sizeof(int) * fds.size()), SOL_SOCKET, SCM_RIGHTS};
-        std::memcpy(CMSG_DATA(rights), fds.data(), sizeof(int) * fds.size());
-    }
-    sendmsg(socket, &message, MSG_NOSIGNAL);
-}
-
 // A ping to the first object, sent after the fuzzed frame: its reply (or the end of the connection) says that the
 // connection has read the frame before it.
 bool PingedOrClosed(int socket)
@@ -80,7 +66,7 @@ bool PingedOrClosed(int socket)
     ping.callId = PING_CALL;
     ping.handle = HostIpc::HandleTable::ROOT_HANDLE;
     ping.waitTime = 8;
-    Send(socket, reinterpret_cast<const uint8_t *>(&ping), sizeof(ping), {});
+    TarnbyTest::SendRawMessage(socket, &ping, sizeof(ping), {});
     std::vector<uint8_t> buffer(HostIpc::MAX_MESSAGE);
     for (;;) {
         pollfd readable{socket, POLLIN, 0};
@@ -137,7 +123,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0) {
         std::shared_ptr<HostIpc::Connection> connection =
             HostIpc::Connection::Open(ends[1], HostIpc::Connection::Side::ACCEPTED, root);
-        TarnbyFuzz::Send(ends[0], data, size, fds);
+        TarnbyTest::SendRawMessage(ends[0], data, size, fds);
         if (!TarnbyFuzz::PingedOrClosed(ends[0])) {
             std::abort(); // the connection neither answered nor closed
         }

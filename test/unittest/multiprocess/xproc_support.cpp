@@ -17,6 +17,7 @@
 #include <iterator>
 
 #include "message_parcel.h"
+#include "raw_message.h"
 
 extern char **environ;
 
@@ -126,17 +127,7 @@ RawPeer::~RawPeer()
 
 bool RawPeer::Send(const std::vector<uint32_t> &words, const std::vector<int> &fds, bool wait)
 {
-    iovec bytes{const_cast<uint32_t *>(words.data()), words.size() * sizeof(uint32_t)};
-    std::vector<char> control(CMSG_SPACE(sizeof(int) * fds.size()));
-    msghdr message{nullptr, 0, &bytes, 1, nullptr, 0, 0};
-    if (!fds.empty()) {
-        message.msg_control = control.data();
-        message.msg_controllen = control.size();
-        cmsghdr *rights = CMSG_FIRSTHDR(&message);
-        *rights = cmsghdr{CMSG_LEN(sizeof(int) * fds.size()), SOL_SOCKET, SCM_RIGHTS};
-        std::memcpy(CMSG_DATA(rights), fds.data(), sizeof(int) * fds.size());
-    }
-    return sendmsg(socket_, &message, MSG_NOSIGNAL | (wait ? 0 : MSG_DONTWAIT)) >= 0;
+    return SendRawMessage(socket_, words.data(), words.size() * sizeof(uint32_t), fds, wait ? 0 : MSG_DONTWAIT) >= 0;
 }
 
 std::vector<uint32_t> RawPeer::Receive()
