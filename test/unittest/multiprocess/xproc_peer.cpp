@@ -222,17 +222,26 @@ int RunService()
     }
 }
 
-// Registers and looks up in the directory of its environment; tells how many log lines refused the directory.
+// Registers and looks up in the directory of its environment; tells how many log lines refused the directory, and
+// why the last one did.
 int ProbeDirectory()
 {
-    std::atomic<int> told{0};
-    HiLogSetSink([&told](const HiLogRecord &record) {
-        told += record.text.find("registry directory") != std::string::npos ? 1 : 0;
+    std::mutex mutex;
+    int told = 0;
+    std::string why = "-";
+    HiLogSetSink([&](const HiLogRecord &record) {
+        size_t reason = record.text.find("refused: ");
+        if (record.text.find("registry directory") != std::string::npos && reason != std::string::npos) {
+            std::lock_guard<std::mutex> lock(mutex);
+            told++;
+            why = record.text.substr(reason + 9);
+        }
     });
     auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
     int32_t added = manager->AddSystemAbility(TEST_SERVICE_ID, new TestService());
     bool found = manager->GetSystemAbility(TEST_SERVICE_ID) != nullptr;
-    std::printf("add=%d found=%d told=%d\n", added, found ? 1 : 0, told.load());
+    std::lock_guard<std::mutex> lock(mutex);
+    std::printf("add=%d found=%d told=%d why=%s\n", added, found ? 1 : 0, told, why.c_str());
     std::fflush(stdout);
     HiLogSetSink(nullptr);
     return 0;
