@@ -20,7 +20,7 @@ build="$work/build"
 mkdir -p "$work"
 rm -rf "$src"
 mkdir -p "$src"
-(cd "$root" && git ls-files -co --exclude-standard | tar -cf - -T -) | tar -xf - -C "$src"
+(cd "$root" && git ls-files -co --exclude-standard | tar -cf - -T -) | tar -xmf - -C "$src" # fresh times: objects of an earlier mutant never look newer
 if [ ! -f "$build/build.ninja" ]; then
     cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNBY_BUILD_BENCHMARKS=OFF \
         -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache >/dev/null || exit 1

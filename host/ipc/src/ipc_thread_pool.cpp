@@ -166,21 +166,19 @@ bool IpcThreadPool::StartThreadLocked()
 
 bool IpcThreadPool::EndsIdleLocked(std::chrono::steady_clock::time_point idleSince)
 {
-    if (threads_ > maxThreads_) {
-        return true;
-    }
     if (std::chrono::steady_clock::now() - idleSince < idleTime_) {
         return false;
     }
     return idle_ > 0 || Reactor::Get().ReaderSources() == 0; // the last one waiting for sockets stays
 }
 
-// Each piece of work starts with a clean thread: no identity left over from the previous one.
+// Each piece of work starts with a clean thread: no identity left over from the previous one. A thread above a
+// lowered maximum ends at its next wake-up, handing back what woke it.
 void IpcThreadPool::WorkerLoop()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     auto idleSince = std::chrono::steady_clock::now();
-    while (threads_ <= maxThreads_) {
+    for (;;) {
         idle_++;
         auto until = std::min(idleSince + idleTime_, std::chrono::steady_clock::now() + WAIT_SLICE);
         lock.unlock();
@@ -188,6 +186,12 @@ void IpcThreadPool::WorkerLoop()
         bool woken = Reactor::Get().Wait(until, event);
         lock.lock();
         idle_--;
+        if (threads_ > maxThreads_) {
+            if (woken) {
+                Reactor::Get().Return(event); // another thread takes it
+            }
+            break;
+        }
         if (!woken) {
             if (EndsIdleLocked(idleSince)) {
                 break;
@@ -196,10 +200,6 @@ void IpcThreadPool::WorkerLoop()
                 idleSince = std::chrono::steady_clock::now(); // the last reader stays: it waits a whole idle time again
             }
             continue;
-        }
-        if (threads_ > maxThreads_) {
-            Reactor::Get().Return(event); // one thread too many after the maximum was lowered: another takes it
-            break;
         }
         if (idle_ == 0 && threads_ < maxThreads_ && Reactor::Get().ReaderSources() > 0) {
             StartThreadLocked(); // someone has to wait for the next message while this one is served

@@ -220,9 +220,31 @@ TEST(WaitTimeTest, ARequestOutlivingItsWaitTimeGetsTheTimeOutAndItsLateReplyIsDr
     EXPECT_EQ(again.ReadInt32(), 6);
 }
 
+// Starts `count` IPC threads at once (each held by a request until all are there), then lets them go idle.
+void StartIdleThreads(int count)
+{
+    ASSERT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(count));
+    sptr<Gate> gate = new Gate();
+    sptr<IRemoteObject> proxy = HostIpc::GetProxy(gate);
+    std::vector<std::future<int>> held;
+    for (int i = 0; i < count; i++) {
+        held.push_back(std::async(std::launch::async, [&proxy] {
+            MessageParcel data;
+            MessageParcel reply;
+            return Ask(proxy, 1, data, reply);
+        }));
+    }
+    gate->WaitFor(count, 0);
+    gate->Open();
+    for (auto &answer : held) {
+        EXPECT_EQ(answer.get(), 0);
+    }
+}
+
 TEST(ThreadCapTest, RequestsBeyondTheCapWaitAndIdleThreadsEnd)
 {
     EXPECT_FALSE(IPCSkeleton::SetMaxWorkThreadNum(0));
+    StartIdleThreads(8); // the threads above the lowered maximum must end, not serve
     ASSERT_TRUE(IPCSkeleton::SetMaxWorkThreadNum(3));
     sptr<Gate> gate = new Gate();
     sptr<IRemoteObject> proxy = HostIpc::GetProxy(gate);
