@@ -41,13 +41,13 @@ public:
     }
     // Hands a nested request to the waiting thread (taking `task`); false once the wait is over (`task` is left to
     // the caller, who serves it elsewhere).
-    bool Deliver(std::function<void()> &task);
+    [[nodiscard]] bool Deliver(std::function<void()> &task);
     // Runs `finish` under the waiter's lock, then marks the call done with the result `finish` leaves. `finish` gets
     // whether the caller still waits (a caller that gave up must not be touched).
     void Complete(int result, const std::function<void(bool waiting, int &result)> &finish = nullptr);
     void OfferReading();
     // A nested request delivered while the thread was busy, without waiting; false when there is none.
-    bool TakeNested(std::function<void()> &nested);
+    [[nodiscard]] bool TakeNested(std::function<void()> &nested);
     // Waits for the next turn until `deadline`; a NESTED turn leaves its request in `nested`.
     Turn WaitForTurn(Clock::time_point deadline, std::function<void()> &nested);
     // Waits until the call is complete or `deadline` passes, serving nested requests meanwhile; then closes.

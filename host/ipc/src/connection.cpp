@@ -228,7 +228,7 @@ void Connection::DropImport(SocketEnd &end)
     FrameHeader release = NewHeader(FrameKind::RELEASE);
     release.handle = end.Handle();
     release.code = static_cast<uint32_t>(count);
-    Send(release, nullptr);
+    (void)Send(release, nullptr); // a connection that cannot carry it is ending: the peer drops everything then
     CloseIfIdle();
 }
 
@@ -246,7 +246,7 @@ uint64_t Connection::KillExport(const IRemoteObject *object)
     FrameHeader dead = NewHeader(FrameKind::OBJECT_DEAD);
     dead.handle = table_.Retire(object, released);
     if (dead.handle != 0) {
-        Send(dead, nullptr);
+        (void)Send(dead, nullptr); // nor this: a peer that does not hear of the death hears of the connection's
     }
     return dead.handle;
 }

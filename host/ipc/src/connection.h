@@ -150,7 +150,7 @@ private:
     void Die();
 
     // connection_inbound.cpp: the reading turn and the frames that come in
-    bool ReadOne(Reader &reader);
+    [[nodiscard]] bool ReadOne(Reader &reader);
     bool HandleFrame(DecodedFrame &frame, Reader &reader, std::string &why);
     bool HandleRequest(DecodedFrame &frame, Reader &reader, std::string &why);
     bool HandleReply(DecodedFrame &frame, std::string &why);
@@ -164,15 +164,15 @@ private:
     std::shared_ptr<CallWaiter> FindOwnWaiter(uint64_t token);
     // Builds the parcel the frame carries into `to`: the peer's objects as proxies, ours as themselves. With
     // `adoptMapping` an empty `to` reads data that came in a memfd where it is mapped (a request's parcel).
-    bool Materialize(DecodedFrame &frame, MessageParcel &to, bool adoptMapping, std::string &why);
-    bool MaterializeObject(FrameObject &object, TableEntry &entry, FlatObject &flat, std::string &why);
+    [[nodiscard]] bool Materialize(DecodedFrame &frame, MessageParcel &to, bool adoptMapping, std::string &why);
+    [[nodiscard]] bool MaterializeObject(FrameObject &object, TableEntry &entry, FlatObject &flat, std::string &why);
 
     // connection_outbound.cpp: frames that go out, and the wait for a reply
-    bool Encode(FrameHeader header, const MessageParcel &parcel, EncodedFrame &frame,
-                std::vector<std::pair<HandleTable *, uint64_t>> &exported);
-    bool FlatFor(const sptr<IRemoteObject> &object, FlatObject &flat,
-                 std::vector<std::pair<HandleTable *, uint64_t>> &exported);
-    bool Send(const FrameHeader &header, const MessageParcel *parcel);
+    [[nodiscard]] bool Encode(FrameHeader header, const MessageParcel &parcel, EncodedFrame &frame,
+                              std::vector<std::pair<HandleTable *, uint64_t>> &exported);
+    [[nodiscard]] bool FlatFor(const sptr<IRemoteObject> &object, FlatObject &flat,
+                               std::vector<std::pair<HandleTable *, uint64_t>> &exported);
+    [[nodiscard]] bool Send(const FrameHeader &header, const MessageParcel *parcel);
     void SendReply(uint64_t callId, int result, MessageParcel &reply);
     bool AwaitReply(const std::shared_ptr<CallWaiter> &waiter, CallWaiter::Clock::time_point deadline);
     bool AwaitLoopbackReply(CallWaiter &waiter, CallWaiter::Clock::time_point deadline);

@@ -101,7 +101,7 @@ void Connection::SendReply(uint64_t callId, int result, MessageParcel &reply)
     if (!Send(header, &reply) && reply.GetDataSize() != 0) {
         MessageParcel empty;
         header.code = TRANSPORT_FAILED_REPLY;
-        Send(header, &empty);
+        (void)Send(header, &empty); // when even that cannot go, the connection is ending and the caller hears so
     }
 }
 

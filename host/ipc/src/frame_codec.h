@@ -44,7 +44,7 @@ public:
     MappedData(const MappedData &) = delete;
     MappedData &operator=(const MappedData &) = delete;
     ~MappedData();
-    bool Map(int fd, size_t size);
+    [[nodiscard]] bool Map(int fd, size_t size);
     uint8_t *Address() const
     {
         return static_cast<uint8_t *>(address_);
@@ -95,7 +95,7 @@ struct DecodedFrame {
 // Checks every count, size and offset of one received message against the header, the message, the received
 // descriptors and the limits of the wire format, each in a width that cannot wrap, before anything is indexed by
 // it. The descriptors move into the frame. `message` must stay as it is while the frame is read.
-FrameFault DecodeFrame(uint8_t *message, size_t length, ReceivedFds &fds, DecodedFrame &frame);
+[[nodiscard]] FrameFault DecodeFrame(uint8_t *message, size_t length, ReceivedFds &fds, DecodedFrame &frame);
 
 // One object to send: its offset in the data and the flat object the receiver reads there. A descriptor object
 // names `fd` (borrowed), which travels as the next descriptor.
@@ -113,7 +113,7 @@ struct EncodedFrame {
     ~EncodedFrame();
 
     // Duplicates the borrowed descriptors, so the frame can wait in a queue after the parcel is gone.
-    bool OwnDescriptors();
+    [[nodiscard]] bool OwnDescriptors();
 
     std::vector<uint8_t> message;
     std::vector<int> fds;
@@ -125,8 +125,8 @@ struct EncodedFrame {
 // Builds the message of a frame: header, object table and the data, inline when it fits into one message,
 // otherwise in a sealed memfd. False when the frame would break a limit of the wire format, or no memfd could be
 // made.
-bool EncodeFrame(FrameHeader header, const uint8_t *data, size_t size, const std::vector<OutgoingObject> &objects,
-                 EncodedFrame &frame);
+[[nodiscard]] bool EncodeFrame(FrameHeader header, const uint8_t *data, size_t size,
+                               const std::vector<OutgoingObject> &objects, EncodedFrame &frame);
 } // namespace OHOS::HostIpc
 
 #endif // OHOS_HOST_IPC_FRAME_CODEC_H

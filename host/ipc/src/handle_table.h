@@ -31,7 +31,7 @@ public:
 
     enum class Release { DONE, RETIRED, UNKNOWN, TOO_MANY };
     // The peer dropped `count` references to `handle`; an object it no longer holds lands in `released`.
-    Release Drop(uint64_t handle, uint64_t count, sptr<IRemoteObject> &released);
+    [[nodiscard]] Release Drop(uint64_t handle, uint64_t count, sptr<IRemoteObject> &released);
     // The export of `object` dies: its handle is retired (0 when it was not exported).
     uint64_t Retire(const IRemoteObject *object, sptr<IRemoteObject> &released);
 

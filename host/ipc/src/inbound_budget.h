@@ -21,7 +21,7 @@ public:
 
     // Room for one request of `bytes`; a connection with nothing waiting always has room for one frame, however
     // large, as long as the process has.
-    bool Charge(uint64_t bytes);
+    [[nodiscard]] bool Charge(uint64_t bytes);
     void Refund(uint64_t bytes);
     uint64_t Requests();
     // What waits in all connections of the process: requests, and the bytes of their parcels.

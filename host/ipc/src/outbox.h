@@ -39,7 +39,7 @@ public:
     // `socket` stays the caller's; `onStalled` is called once, with the reason, when the peer stopped reading.
     Outbox(int socket, std::function<void(const char *why)> onStalled);
     ~Outbox() override;
-    Result Send(EncodedFrame &&frame);
+    [[nodiscard]] Result Send(EncodedFrame &&frame);
     // Drops what waits and stops watching the socket.
     void Close();
     void OnReady(uint32_t events) override;

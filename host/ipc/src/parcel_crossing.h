@@ -29,14 +29,16 @@ public:
     static std::vector<TableEntry> Table(const MessageParcel &parcel);
     // Appends `size` bytes and records `entries` (offsets relative to `bytes`); the parcel takes their
     // descriptors (set to -1 in `entries`) when it succeeds.
-    static bool Adopt(MessageParcel &to, const uint8_t *bytes, size_t size, std::vector<TableEntry> &entries);
+    [[nodiscard]] static bool Adopt(MessageParcel &to, const uint8_t *bytes, size_t size,
+                                    std::vector<TableEntry> &entries);
     // Like Adopt, but an empty `to` takes the mapping of `size` bytes itself as its read-only data, as a request
     // on the device reads the driver's buffer: no copy, and the mapping goes with the parcel. False (nothing
     // taken) when `to` already holds data.
-    static bool AdoptMapping(MessageParcel &to, void *mapping, size_t size, std::vector<TableEntry> &entries);
+    [[nodiscard]] static bool AdoptMapping(MessageParcel &to, void *mapping, size_t size,
+                                           std::vector<TableEntry> &entries);
     // Appends `from` to `to` as the receiving process sees it: the same bytes (the maximum capacity raised to
     // match), every object as `objectFor` gives it, every descriptor duplicated. `from` is left as it was.
-    static bool Cross(const MessageParcel &from, MessageParcel &to, const ObjectFor &objectFor);
+    [[nodiscard]] static bool Cross(const MessageParcel &from, MessageParcel &to, const ObjectFor &objectFor);
 
 private:
     using Objects = std::map<size_t, MessageParcel::ObjectEntry>;

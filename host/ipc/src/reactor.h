@@ -42,7 +42,8 @@ public:
     // `needsReader` (a socket) keeps one IPC thread waiting here for as long as it is registered. Stores the
     // registration's key in `key` before the first event can come (a source arms itself again by its key), false
     // on failure.
-    bool Add(int fd, const std::shared_ptr<Source> &source, uint32_t events, uint64_t &key, bool needsReader = true);
+    [[nodiscard]] bool Add(int fd, const std::shared_ptr<Source> &source, uint32_t events, uint64_t &key,
+                           bool needsReader = true);
     // Arms a one-shot registration again; `events` 0 keeps it registered but silent.
     bool Arm(uint64_t key, int fd, uint32_t events);
     void Remove(uint64_t key, int fd);
@@ -53,7 +54,7 @@ public:
     void RunAt(Clock::time_point when, std::function<void()> action);
 
     // Waits until `deadline` for one event; false when none came.
-    bool Wait(Clock::time_point deadline, Event &event);
+    [[nodiscard]] bool Wait(Clock::time_point deadline, Event &event);
     void Dispatch(Event &event);
     // Gives an event back unhandled (a thread above the maximum ends instead): its source is armed again, so the
     // event comes to another thread.

@@ -21,13 +21,13 @@ public:
     ReadingTurn(std::function<void()> rearm, std::function<void()> disarm);
 
     // Takes the turn for an IPC thread woken by the socket; false when a caller holds it (the event is stale).
-    bool TakeForReactor();
+    [[nodiscard]] bool TakeForReactor();
     // Takes the turn for `caller`, or puts it in line (false); the turn then comes as CallWaiter::Turn::READ.
-    bool TakeOrQueue(const std::shared_ptr<CallWaiter> &caller);
+    [[nodiscard]] bool TakeOrQueue(const std::shared_ptr<CallWaiter> &caller);
     // Whether a READ turn of `caller` is really the turn: a waiter's wake-up may be older than its last withdrawal.
-    bool Accept(const std::shared_ptr<CallWaiter> &caller);
+    [[nodiscard]] bool Accept(const std::shared_ptr<CallWaiter> &caller);
     // Leaves the line; true when the turn was already handed to `caller`, who must give it back.
-    bool Withdraw(const std::shared_ptr<CallWaiter> &caller);
+    [[nodiscard]] bool Withdraw(const std::shared_ptr<CallWaiter> &caller);
     // Passes the turn to the first caller in line, or back to the reactor.
     void GiveBack();
 

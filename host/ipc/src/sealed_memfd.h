@@ -10,10 +10,10 @@
 
 namespace OHOS::HostIpc {
 // A sealed memfd holding `size` bytes from `data`, after `beforeSeal` (if any) had its say; -1 on failure.
-int CreateSealedMemfd(const void *data, size_t size, const char *name,
-                      const std::function<bool(int fd)> &beforeSeal = nullptr);
+[[nodiscard]] int CreateSealedMemfd(const void *data, size_t size, const char *name,
+                                    const std::function<bool(int fd)> &beforeSeal = nullptr);
 // Whether `fd` is a memfd of exactly `size` bytes that nobody can change any more.
-bool IsSealedOfSize(int fd, uint64_t size);
+[[nodiscard]] bool IsSealedOfSize(int fd, uint64_t size);
 } // namespace OHOS::HostIpc
 
 #endif // OHOS_HOST_IPC_SEALED_MEMFD_H

@@ -29,9 +29,9 @@ enum class ReceiveResult {
 
 // Receives one message into `buffer` (kept at its full size, so that it is not cleared again for every message),
 // its length into `length`, its descriptors into `fds`.
-ReceiveResult ReceiveMessage(int socket, std::vector<uint8_t> &buffer, size_t &length, ReceivedFds &fds);
+[[nodiscard]] ReceiveResult ReceiveMessage(int socket, std::vector<uint8_t> &buffer, size_t &length, ReceivedFds &fds);
 // Sends one message without blocking: its byte count, or -1 with errno (EAGAIN when the socket is full).
-ssize_t SendMessage(int socket, const std::vector<uint8_t> &message, const std::vector<int> &fds);
+[[nodiscard]] ssize_t SendMessage(int socket, const std::vector<uint8_t> &message, const std::vector<int> &fds);
 } // namespace OHOS::HostIpc
 
 #endif // OHOS_HOST_IPC_SOCKET_IO_H

@@ -95,7 +95,17 @@ void DecodeAlone(const uint8_t *data, size_t size, const std::vector<int> &fds)
         received.fds.push_back(fcntl(fd, F_DUPFD_CLOEXEC, 0));
     }
     HostIpc::DecodedFrame frame;
-    HostIpc::DecodeFrame(message.data(), message.size(), received, frame);
+    if (HostIpc::DecodeFrame(message.data(), message.size(), received, frame) != HostIpc::FrameFault::NONE) {
+        return;
+    }
+    // What the codec lets through is what the connection relies on: every object inside the data, every
+    // descriptor object holding a descriptor.
+    for (const HostIpc::FrameObject &object : frame.objects) {
+        bool inside = object.offset + sizeof(HostIpc::FlatObject) <= frame.header.dataSize;
+        if (!inside || (object.kind == HostIpc::FrameObject::Kind::DESCRIPTOR && object.fd < 0)) {
+            std::abort();
+        }
+    }
 }
 } // namespace
 } // namespace OHOS::TarnbyFuzz
