@@ -8,20 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "flat_obj.h"
 #include "nocopyable.h"
 #include "refbase.h"
 
 namespace OHOS {
-
-using binder_size_t = uint64_t;
-
-// The header of a binder object inside the data (remote object or file descriptor), 24 bytes on the wire.
-struct parcel_flat_binder_object {
-    uint32_t hdr;
-    uint32_t flags;
-    uintptr_t handle;
-    uint64_t cookie;
-};
 
 class Parcel;
 
@@ -270,7 +261,7 @@ private:
     template <typename Wire, typename T>
     bool ReadFixedVector(std::vector<T> *val);
     template <typename T>
-    bool ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)(), size_t minLastElement);
+    bool ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)());
 
     // Room for `size` more bytes at the write cursor, growing if needed; counts one write for the fault switch.
     bool ReserveForWrite(size_t size);

@@ -29,7 +29,6 @@ constexpr size_t PaddedSize(size_t size)
 }
 
 // The smallest wire size of a string element: its length word and one NUL word.
-constexpr size_t MIN_TEXT_ELEMENT = 2 * sizeof(int32_t);
 
 // Write-fault switch. The flag is set by the first use of the switch in the process, so parcels in a process
 // that never uses it pay one relaxed load per write.
@@ -974,18 +973,29 @@ bool Parcel::ReadFixedVector(std::vector<T> *val)
     return true;
 }
 
+// The count is checked against the readable bytes, as on the device; element failures are not reported, a short
+// element reads as empty. The result grows only with what is read: once a read makes no progress (the data ended,
+// or a length points past it), every later one would fail alike, and the rest is padded with empty elements.
 template <typename T>
-bool Parcel::ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)(), size_t minLastElement)
+bool Parcel::ReadTextVector(std::vector<T> *val, const T (Parcel::*Read)())
 {
-    int32_t count = 0;
-    if (val == nullptr || !ReadCount(count, MIN_TEXT_ELEMENT, minLastElement)) {
+    if (val == nullptr) {
         return false;
     }
-    // Element failures are not reported: a short element reads as empty, as on the device.
-    val->resize(static_cast<size_t>(count));
-    for (auto &item : *val) {
-        item = (this->*Read)();
+    int32_t count = ReadInt32();
+    if (count < 0 || static_cast<size_t>(count) > GetReadableBytes()) {
+        return false;
     }
+    std::vector<T> read;
+    while (read.size() < static_cast<size_t>(count)) {
+        size_t before = readCursor_;
+        read.push_back((this->*Read)());
+        if (readCursor_ == before) {
+            break;
+        }
+    }
+    read.resize(static_cast<size_t>(count));
+    *val = std::move(read);
     return true;
 }
 
@@ -1113,12 +1123,12 @@ bool Parcel::ReadDoubleVector(std::vector<double> *val)
 
 bool Parcel::ReadStringVector(std::vector<std::string> *val)
 {
-    return ReadTextVector(val, &Parcel::ReadString, sizeof(int32_t) + sizeof(char));
+    return ReadTextVector(val, &Parcel::ReadString);
 }
 
 bool Parcel::ReadString16Vector(std::vector<std::u16string> *val)
 {
-    return ReadTextVector(val, &Parcel::ReadString16, sizeof(int32_t) + sizeof(char16_t));
+    return ReadTextVector(val, &Parcel::ReadString16);
 }
 
 void Parcel::InjectOffsets(binder_size_t offsets, size_t offsetSize)

@@ -392,12 +392,15 @@ bool RefBase::IsAttemptAcquireSet()
     return refs_ != nullptr && refs_->IsAttemptAcquireSet();
 }
 
-// Hands back the reference of an earlier AttemptAcquire; the object goes if nothing else holds it.
+// Gives back only the counts an earlier AttemptAcquire took (a strong one and the weak one that came with it): no
+// last-strong hook, no destruction. So "AttemptAcquire on a new object, then this, then an sptr" leaves the object
+// held by that sptr alone, which frees it when it goes.
 void RefBase::CheckIsAttemptAcquireSet(const void *objectId)
 {
     if (IsAttemptAcquireSet()) {
         refs_->ClearAttemptAcquire();
-        DecStrongRef(objectId);
+        refs_->DecStrongRefCount(objectId);
+        refs_->DecWeakRefCount(objectId);
     }
 }
 

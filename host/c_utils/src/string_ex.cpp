@@ -105,11 +105,6 @@ bool AllOf(const std::string &str, int (*test)(int))
     return std::all_of(str.begin(), str.end(), [test](char c) { return test(static_cast<unsigned char>(c)) != 0; });
 }
 
-bool NoneOf(const std::string &str, int (*test)(int))
-{
-    return std::none_of(str.begin(), str.end(), [test](char c) { return test(static_cast<unsigned char>(c)) != 0; });
-}
-
 std::string Transformed(std::string str, int (*convert)(int))
 {
     std::transform(str.begin(), str.end(), str.begin(),
@@ -184,6 +179,7 @@ std::string DexToHexString(int value, bool upper)
 void SplitStr(const std::string &str, const std::string &sep, std::vector<std::string> &strs, bool canEmpty,
               bool needTrim)
 {
+    strs.clear();
     auto keep = [&strs, canEmpty, needTrim](std::string piece) {
         if (needTrim) {
             piece = TrimStr(piece);
@@ -228,14 +224,15 @@ bool IsAlphaStr(const std::string &str)
     return !str.empty() && AllOf(str, isalpha);
 }
 
+// Letters of the asked case only: an empty string, a digit or any other character makes it false.
 bool IsUpperStr(const std::string &str)
 {
-    return NoneOf(str, islower);
+    return !str.empty() && AllOf(str, isupper);
 }
 
 bool IsLowerStr(const std::string &str)
 {
-    return NoneOf(str, isupper);
+    return !str.empty() && AllOf(str, islower);
 }
 
 bool IsSubStr(const std::string &str, const std::string &sub)

@@ -34,7 +34,7 @@ public:
     bool AddDeathRecipient(const sptr<DeathRecipient> &recipient) override;
     // False if null, dead, or never added.
     bool RemoveDeathRecipient(const sptr<DeathRecipient> &recipient) override;
-    // Asks the other side for its interface descriptor.
+    // The descriptor the proxy was made with; a proxy the runtime made without one asks the other side.
     std::u16string GetInterfaceDescriptor() override;
 
     uint32_t GetHandle();
@@ -53,6 +53,7 @@ private:
 
     const int handle_;
     const int proto_;
+    const bool named_; // made with a descriptor of its own
     mutable std::mutex mutex_;
     bool isDead_ = false;
     sptr<HostIpc::RemoteEnd> end_;

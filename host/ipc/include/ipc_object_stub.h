@@ -21,15 +21,15 @@ public:
 
     int32_t GetObjectRefCount() override;
     int Dump(int fd, const std::vector<std::u16string> &args) override;
-    // Answers the framework codes itself (PING, INTERFACE, DUMP, SYNCHRONIZE_REFERENCE, GET_PROTO_INFO) and hands
-    // every other code to OnRemoteRequest.
+    // Answers the framework codes itself (PING, INTERFACE, DUMP, SYNCHRONIZE_REFERENCE, GET_PROTO_INFO, and the
+    // distributed-binder ones as a stub that is not distributed does) and hands every other code to OnRemoteRequest.
     int SendRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option) override;
     // Override to serve requests; the default refuses every code with IPC_STUB_UNKNOW_TRANS_ERR.
     virtual int OnRemoteRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option);
     // DUMP_TRANSACTION: a descriptor, then the arguments as a String16 vector, handed to Dump. Without a
     // descriptor the request is refused with IPC_STUB_INVALID_DATA_ERR. The stub closes the descriptor.
     virtual int OnRemoteDump(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option);
-    // Milliseconds on the steady clock when the last request arrived; 0 before the first one.
+    // Milliseconds on the steady clock when the last request arrived; the creation time before the first one.
     uint64_t GetLastRequestTime();
     // A stub never dies from its own point of view, so these always refuse.
     bool AddDeathRecipient(const sptr<DeathRecipient> &recipient) override;
@@ -44,7 +44,7 @@ private:
     int HandleFrameworkCode(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option,
                             bool &handled);
 
-    std::atomic<uint64_t> lastRequestTime_{0};
+    std::atomic<uint64_t> lastRequestTime_;
     bool serialInvokeFlag_;
     std::recursive_mutex serialRecursiveMutex_;
 };

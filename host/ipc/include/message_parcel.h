@@ -65,21 +65,13 @@ public:
 private:
     friend class HostIpc::ParcelCrossing;
 
-    struct FlatObject {
-        uint32_t type;
-        uint32_t flags;
-        uint64_t handle;
-        uint64_t cookie;
-    };
-    static_assert(sizeof(FlatObject) == 24, "a flat object is 24 bytes on the wire");
-
     // What the object table holds at one offset: a remote object or a descriptor the parcel owns.
     struct ObjectEntry {
         sptr<IRemoteObject> object;
         int fd = -1;
     };
 
-    bool WriteFlatObject(const FlatObject &flat, ObjectEntry entry);
+    bool WriteFlatObject(const parcel_flat_binder_object &flat, ObjectEntry entry);
     const ObjectEntry *EntryAtReadPosition();
     const void *MapRawData(size_t size);
     static void CloseDescriptors(std::map<size_t, ObjectEntry> &objects);

@@ -280,7 +280,7 @@ bool Connection::MaterializeObject(FrameObject &object, TableEntry &entry, FlatO
     entry.offset = object.offset;
     if (object.kind == FrameObject::Kind::DESCRIPTOR) {
         entry.fd = object.fd;
-        flat = FlatObject{TYPE_FD, FLAT_FLAGS, static_cast<uint64_t>(object.fd), FD_OWNED_COOKIE};
+        flat = MakeFlat(TYPE_FD, static_cast<uint64_t>(object.fd), FD_OWNED_COOKIE);
         return true;
     }
     if (object.kind == FrameObject::Kind::OWN) {
@@ -290,7 +290,7 @@ bool Connection::MaterializeObject(FrameObject &object, TableEntry &entry, FlatO
             return false;
         }
         uint64_t address = reinterpret_cast<uintptr_t>(entry.object.GetRefPtr());
-        flat = FlatObject{TYPE_BINDER, FLAT_FLAGS, address, address};
+        flat = MakeFlat(TYPE_BINDER, address, address);
         return true;
     }
     sptr<SocketEnd> end;
@@ -308,7 +308,7 @@ bool Connection::MaterializeObject(FrameObject &object, TableEntry &entry, FlatO
         why = "no memory for a proxy";
         return false;
     }
-    flat = FlatObject{TYPE_HANDLE, FLAT_FLAGS, proxy->GetHandle(), 0};
+    flat = MakeFlat(TYPE_HANDLE, proxy->GetHandle());
     return true;
 }
 } // namespace OHOS::HostIpc

@@ -29,7 +29,7 @@ int MillisecondsUntil(CallWaiter::Clock::time_point deadline)
 bool Connection::FlatFor(const sptr<IRemoteObject> &object, FlatObject &flat,
                          std::vector<std::pair<HandleTable *, uint64_t>> &exported)
 {
-    flat = FlatObject{TYPE_BINDER, FLAT_FLAGS, 0, 0};
+    flat = MakeFlat(TYPE_BINDER, 0);
     sptr<IRemoteObject> travelling = object;
     if (object->IsProxyObject()) {
         sptr<RemoteEnd> end = ObjectRegistry::EndOf(object);
@@ -40,7 +40,7 @@ bool Connection::FlatFor(const sptr<IRemoteObject> &object, FlatObject &flat,
         } else if (local != nullptr) {
             travelling = local;
         } else if (socketEnd != nullptr && socketEnd->GetConnection().get() == this) {
-            flat = FlatObject{TYPE_HANDLE, FLAT_FLAGS, socketEnd->Handle(), 0};
+            flat = MakeFlat(TYPE_HANDLE, socketEnd->Handle());
             return true;
         }
     }
@@ -50,8 +50,8 @@ bool Connection::FlatFor(const sptr<IRemoteObject> &object, FlatObject &flat,
     }
     // Across the process's connection to itself the exporting end always counts the object, as ExportForLoopback.
     HandleTable &table = side_ == Side::LOOPBACK ? LoopbackExporter()->table_ : table_;
-    flat.handle = table.Export(travelling);
-    exported.emplace_back(&table, flat.handle);
+    flat.binder = table.Export(travelling);
+    exported.emplace_back(&table, flat.binder);
     return true;
 }
 

@@ -82,9 +82,9 @@ FrameFault LocateData(uint8_t *message, ReceivedFds &fds, DecodedFrame &frame)
 
 FrameFault ReadObject(const FlatObject &flat, size_t &fdIndex, ReceivedFds &fds, FrameObject &object)
 {
-    switch (flat.type) {
+    switch (flat.hdr.type) {
         case TYPE_FD:
-            if (flat.handle != fdIndex || fdIndex >= fds.fds.size()) {
+            if (flat.binder != fdIndex || fdIndex >= fds.fds.size()) {
                 return FrameFault::FD_OBJECT_MISMATCH;
             }
             object.kind = FrameObject::Kind::DESCRIPTOR;
@@ -92,11 +92,11 @@ FrameFault ReadObject(const FlatObject &flat, size_t &fdIndex, ReceivedFds &fds,
             return FrameFault::NONE;
         case TYPE_HANDLE:
             object.kind = FrameObject::Kind::OWN;
-            object.handle = flat.handle;
+            object.handle = flat.binder;
             return FrameFault::NONE;
         case TYPE_BINDER:
             object.kind = flat.cookie == DEAD_AT_BIRTH ? FrameObject::Kind::DEAD : FrameObject::Kind::PEER;
-            object.handle = flat.handle;
+            object.handle = flat.binder;
             return FrameFault::NONE;
         default:
             return FrameFault::UNKNOWN_OBJECT;
@@ -258,7 +258,7 @@ std::vector<std::pair<uint64_t, FlatObject>> NumberDescriptors(const std::vector
     for (const OutgoingObject &object : objects) {
         FlatObject flat = object.flat;
         if (object.fd >= 0) {
-            flat = FlatObject{TYPE_FD, FLAT_FLAGS, fds.size() + dataInMemfd, 0};
+            flat = MakeFlat(TYPE_FD, fds.size() + dataInMemfd);
             fds.push_back(object.fd);
         }
         flats.emplace_back(object.offset, flat);

@@ -18,7 +18,8 @@ std::u16string ProxyDescriptor(int handle)
 
 // Proxies made by the runtime carry no descriptor and are named after their handle.
 IPCObjectProxy::IPCObjectProxy(int handle, std::u16string descriptor, int proto) :
-    IRemoteObject(descriptor.empty() ? ProxyDescriptor(handle) : std::move(descriptor)), handle_(handle), proto_(proto)
+    IRemoteObject(descriptor.empty() ? ProxyDescriptor(handle) : descriptor), handle_(handle), proto_(proto),
+    named_(!descriptor.empty())
 {
 }
 
@@ -158,6 +159,9 @@ int IPCObjectProxy::SendFrameworkRequest(uint32_t code, MessageParcel &reply)
 
 std::u16string IPCObjectProxy::GetInterfaceDescriptor()
 {
+    if (named_) {
+        return descriptor_;
+    }
     MessageParcel reply;
     if (SendFrameworkRequest(INTERFACE_TRANSACTION, reply) != ERR_NONE) {
         return std::u16string();

@@ -9,8 +9,17 @@
 #include "thread_identity.h"
 
 namespace OHOS {
+namespace {
+uint64_t SteadyMilliseconds()
+{
+    auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+}
+} // namespace
+
+// A fresh stub's last request time is its creation time, as if it had just been asked.
 IPCObjectStub::IPCObjectStub(std::u16string descriptor, bool serialInvokeFlag) :
-    IRemoteObject(std::move(descriptor)), serialInvokeFlag_(serialInvokeFlag)
+    IRemoteObject(std::move(descriptor)), lastRequestTime_(SteadyMilliseconds()), serialInvokeFlag_(serialInvokeFlag)
 {
 }
 
@@ -23,14 +32,6 @@ int IPCObjectStub::Dump(int fd, const std::vector<std::u16string> &args)
 {
     return ERR_NONE;
 }
-
-namespace {
-uint64_t SteadyMilliseconds()
-{
-    auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-}
-} // namespace
 
 int IPCObjectStub::SendRequest(uint32_t code, MessageParcel &data, MessageParcel &reply, MessageOption &option)
 {
@@ -68,6 +69,14 @@ int IPCObjectStub::HandleFrameworkCode(uint32_t code, MessageParcel &data, Messa
         case GET_PROTO_INFO:
             written = reply.WriteUint32(IF_PROT_BINDER) && reply.WriteString16(descriptor_);
             break;
+        case INVOKE_LISTEN_THREAD: // no distributed binder on the host: no session thread to start
+            return IPC_STUB_INVOKE_THREAD_ERR;
+        case DBINDER_DECREFS_TRANSACTION:
+        case DBINDER_ADD_COMMAUTH:
+        case GET_SESSION_NAME_PID_UID:
+            return IPC_STUB_INVALID_DATA_ERR; // nothing a stub that is not distributed could take from the data
+        case GET_SESSION_NAME:
+            return ERR_NONE; // no session, so no name
         default:
             handled = false;
             break;

@@ -59,7 +59,7 @@ void MessageParcel::ReleaseResources()
     rawMappings_.clear();
 }
 
-bool MessageParcel::WriteFlatObject(const FlatObject &flat, ObjectEntry entry)
+bool MessageParcel::WriteFlatObject(const parcel_flat_binder_object &flat, ObjectEntry entry)
 {
     size_t offset = GetWritePosition();
     if (!WriteBuffer(&flat, sizeof(flat))) {
@@ -76,7 +76,7 @@ bool MessageParcel::WriteFlatObject(const FlatObject &flat, ObjectEntry entry)
 const MessageParcel::ObjectEntry *MessageParcel::EntryAtReadPosition()
 {
     auto found = objects_.find(GetReadPosition());
-    if (found == objects_.end() || GetReadableBytes() < sizeof(FlatObject)) {
+    if (found == objects_.end() || GetReadableBytes() < sizeof(parcel_flat_binder_object)) {
         return nullptr;
     }
     return &found->second;
@@ -87,14 +87,14 @@ bool MessageParcel::WriteRemoteObject(const sptr<IRemoteObject> &object)
     if (object == nullptr) {
         return false;
     }
-    FlatObject flat{HostIpc::TYPE_BINDER, HostIpc::FLAT_FLAGS, 0, 0};
+    HostIpc::FlatObject flat = HostIpc::MakeFlat(HostIpc::TYPE_BINDER, 0);
     auto *proxy = object->IsProxyObject() ? dynamic_cast<IPCObjectProxy *>(object.GetRefPtr()) : nullptr;
     if (proxy != nullptr) {
-        flat.type = HostIpc::TYPE_HANDLE;
+        flat.hdr.type = HostIpc::TYPE_HANDLE;
         flat.handle = proxy->GetHandle();
     } else {
-        flat.handle = reinterpret_cast<uintptr_t>(object.GetRefPtr());
-        flat.cookie = flat.handle;
+        flat.binder = reinterpret_cast<uintptr_t>(object.GetRefPtr());
+        flat.cookie = flat.binder;
     }
     return WriteFlatObject(flat, ObjectEntry{object, -1});
 }
@@ -106,7 +106,7 @@ sptr<IRemoteObject> MessageParcel::ReadRemoteObject()
         return nullptr;
     }
     sptr<IRemoteObject> object = entry->object;
-    SkipBytes(sizeof(FlatObject));
+    SkipBytes(sizeof(parcel_flat_binder_object));
     return object;
 }
 
@@ -120,7 +120,8 @@ bool MessageParcel::WriteFileDescriptor(int fd)
         HILOG_IPC_ERROR("dup of fd %{public}d failed, errno %{public}d", fd, errno);
         return false;
     }
-    FlatObject flat{HostIpc::TYPE_FD, HostIpc::FLAT_FLAGS, static_cast<uint64_t>(held), HostIpc::FD_OWNED_COOKIE};
+    HostIpc::FlatObject flat =
+        HostIpc::MakeFlat(HostIpc::TYPE_FD, static_cast<uint64_t>(held), HostIpc::FD_OWNED_COOKIE);
     if (!WriteFlatObject(flat, ObjectEntry{nullptr, held})) {
         close(held);
         return false;
@@ -135,7 +136,7 @@ int MessageParcel::ReadFileDescriptor()
         return -1;
     }
     int fd = DuplicateFd(entry->fd);
-    SkipBytes(sizeof(FlatObject));
+    SkipBytes(sizeof(parcel_flat_binder_object));
     return fd;
 }
 
@@ -247,7 +248,7 @@ bool MessageParcel::Append(MessageParcel &data)
     size_t base = GetWritePosition();
     std::map<size_t, ObjectEntry> appended;
     for (const auto &[offset, entry] : data.objects_) {
-        if (offset + sizeof(FlatObject) > size) {
+        if (offset + sizeof(parcel_flat_binder_object) > size) {
             continue; // cut off by a rewind
         }
         ObjectEntry added{entry.object, -1};
@@ -255,7 +256,7 @@ bool MessageParcel::Append(MessageParcel &data)
             // This parcel owns its own duplicate, and its flat object names that one.
             added.fd = DuplicateFd(entry.fd);
             uint64_t handle = static_cast<uint64_t>(added.fd);
-            std::memcpy(copy.data() + offset + offsetof(FlatObject, handle), &handle, sizeof(handle));
+            std::memcpy(copy.data() + offset + offsetof(parcel_flat_binder_object, binder), &handle, sizeof(handle));
         }
         appended[base + offset] = std::move(added);
         if (entry.fd >= 0 && appended[base + offset].fd < 0) {

@@ -115,7 +115,7 @@ bool ParcelCrossing::Cross(const MessageParcel &from, MessageParcel &to, const O
 bool ParcelCrossing::Translate(const MessageParcel::ObjectEntry &entry, size_t offset, std::vector<uint8_t> &bytes,
                                size_t base, const ObjectFor &objectFor, Objects &received)
 {
-    FlatObject flat{TYPE_HANDLE, FLAT_FLAGS, 0, 0};
+    FlatObject flat = MakeFlat(TYPE_HANDLE, 0);
     if (offset + sizeof(flat) > bytes.size()) {
         return true; // the bytes under this entry were cut off by a rewind: nothing left to carry
     }
@@ -133,7 +133,7 @@ bool ParcelCrossing::Translate(const MessageParcel::ObjectEntry &entry, size_t o
             HILOG_IPC_ERROR("descriptor %{public}d cannot cross: errno %{public}d", entry.fd, errno);
             return false;
         }
-        flat = FlatObject{TYPE_FD, FLAT_FLAGS, static_cast<uint64_t>(arrived.fd), FD_OWNED_COOKIE};
+        flat = MakeFlat(TYPE_FD, static_cast<uint64_t>(arrived.fd), FD_OWNED_COOKIE);
     }
     std::memcpy(bytes.data() + offset, &flat, sizeof(flat));
     received[base + offset] = std::move(arrived);

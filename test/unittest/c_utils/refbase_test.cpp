@@ -155,6 +155,17 @@ TEST(RefBaseTest, ExtendedLifetimeACounterCallbackAndAnAttemptedAcquireChangeWhe
     EXPECT_EQ(target->GetSptrRefCount(), 1);
     wrapped.clear();
     EXPECT_EQ(acquired, "FLD");
+    // The platform's way to hand a new object over: the counts of the attempt go back without any hook, and the
+    // sptr that follows holds the object alone.
+    std::string handed;
+    auto *fresh = new Tracked(&handed);
+    ASSERT_TRUE(fresh->AttemptAcquire(nullptr));
+    fresh->CheckIsAttemptAcquireSet(nullptr);
+    EXPECT_TRUE(handed == "F" && fresh->GetSptrRefCount() == 0) << handed;
+    sptr<Tracked> owner = fresh;
+    EXPECT_TRUE(handed == "F" && owner->GetSptrRefCount() == 1) << handed;
+    owner.clear();
+    EXPECT_EQ(handed, "FLD");
 }
 
 // Many rounds of: one thread drops the only strong reference while another promotes a weak one. Either the

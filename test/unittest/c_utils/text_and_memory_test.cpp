@@ -44,23 +44,23 @@ TEST(StringExTest, StrToIntCaseTrimReplaceClassificationSplitAndPiecesBetweenDel
         EXPECT_EQ(actual, expected);
     }
     const std::tuple<bool (*)(const std::string &), const char *, bool> predicates[] = {
-        {IsNumericStr, "0123", true}, {IsNumericStr, "", false},   {IsNumericStr, "-1", false},
-        {IsAlphaStr, "abZ", true},    {IsAlphaStr, "ab1", false},  {IsAlphaStr, "", false},
-        {IsUpperStr, "AB-1", true},   {IsUpperStr, "AbC", false},  {IsLowerStr, "ab-1", true},
-        {IsLowerStr, "aBc", false},   {IsAsciiString, "ok", true}, {IsAsciiString, "\xc3", false},
+        {IsNumericStr, "0123", true},   {IsNumericStr, "", false},  {IsNumericStr, "-1", false},
+        {IsAlphaStr, "abZ", true},      {IsAlphaStr, "ab1", false}, {IsAlphaStr, "", false},
+        {IsUpperStr, "ABZ", true},      {IsUpperStr, "AbC", false}, {IsUpperStr, "12E", false},
+        {IsUpperStr, "", false},        {IsLowerStr, "abz", true},  {IsLowerStr, "aBc", false},
+        {IsLowerStr, "12e", false},     {IsLowerStr, "", false},    {IsAsciiString, "ok", true},
+        {IsAsciiString, "\xc3", false},
     };
     for (const auto &[predicate, text, expected] : predicates) {
         EXPECT_EQ(predicate(text), expected) << text;
     }
     EXPECT_TRUE(IsSameTextStr("Tarnby", "tARNBY") && !IsSameTextStr("Tarnby", "Tarnb"));
     EXPECT_TRUE(IsSubStr("service", "vic") && !IsSubStr("service", "x") && !IsSubStr("service", ""));
-    std::vector<std::string> pieces = {"kept"};
+    std::vector<std::string> pieces = {"dropped"}; // the result replaces what was there
     SplitStr(" a , ,b,", ",", pieces);
-    EXPECT_EQ(pieces, (std::vector<std::string>{"kept", "a", "b"}));
-    pieces.clear();
+    EXPECT_EQ(pieces, (std::vector<std::string>{"a", "b"}));
     SplitStr(" a , ,b,", ",", pieces, true, false);
     EXPECT_EQ(pieces, (std::vector<std::string>{" a ", " ", "b", ""}));
-    pieces.clear();
     SplitStr("a::b", "", pieces);
     EXPECT_EQ(pieces, std::vector<std::string>{"a::b"});
     std::string sub = "kept";

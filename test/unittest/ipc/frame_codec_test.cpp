@@ -267,7 +267,7 @@ TEST(FrameCodecTest, EncodedFramesReadBackInlineAndInAMemfd)
     for (size_t size : {size_t{56}, MAX_MESSAGE}) {
         std::vector<uint8_t> data(size, 0x5a);
         int pipeEnd = Pipe();
-        std::vector<OutgoingObject> objects = {{0, FlatObject{TYPE_BINDER, FLAT_FLAGS, 4, 0}, -1}, {24, {}, pipeEnd}};
+        std::vector<OutgoingObject> objects = {{0, MakeFlat(TYPE_BINDER, 4), -1}, {24, {}, pipeEnd}};
         EncodedFrame encoded;
         FrameHeader header = NewHeader(FrameKind::REPLY);
         header.callId = 77;

@@ -84,7 +84,9 @@ TEST(RemoteObjectTest, ObjectsKeepTheDescriptorTheyWereBuiltWithAndTheSkeletonIt
     EXPECT_EQ(stub->GetInterfaceDescriptor(), u"test.Described");
     EXPECT_EQ(stub->GetObjectDescriptor(), u"test.Described");
     EXPECT_TRUE(stub->IRemoteObject::IsProxyObject()) << "the base class counts as a proxy";
-    EXPECT_EQ(sptr<IRemoteObject>(new IPCObjectProxy(5, u"test.Named"))->GetObjectDescriptor(), u"test.Named");
+    sptr<IRemoteObject> named = new IPCObjectProxy(5, u"test.Named");
+    EXPECT_TRUE(named->GetObjectDescriptor() == u"test.Named" && named->GetInterfaceDescriptor() == u"test.Named")
+        << "a proxy made with a descriptor gives its own, bound to anything or not";
     EXPECT_EQ(ProxyOf(stub)->GetInterfaceDescriptor(), u"test.Described") << "the proxy asks the other side";
     EXPECT_NE(ProxyOf(stub)->GetObjectDescriptor(), u"test.Described");
     sptr<IRemoteObject> unbound = new IPCObjectProxy(9999);
@@ -107,8 +109,9 @@ TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfRecordsWhenTheLastReques
 {
     int handled = 0;
     auto *raw = new ScriptedStub([&handled](auto &&...) { return ++handled; }, u"test.Reserved");
+    uint64_t created = SteadyMilliseconds();
     sptr<IRemoteObject> stub = raw;
-    EXPECT_EQ(raw->GetLastRequestTime(), 0u);
+    EXPECT_TRUE(raw->GetLastRequestTime() > 0 && raw->GetLastRequestTime() <= created) << "its creation time";
     uint64_t before = SteadyMilliseconds();
     struct {
         uint32_t code;
@@ -120,6 +123,11 @@ TEST(RemoteObjectTest, StubAnswersTheReservedCodesItselfRecordsWhenTheLastReques
                  {DUMP_TRANSACTION, IPC_STUB_INVALID_DATA_ERR, {}, u""},
                  {SYNCHRONIZE_REFERENCE, 0, {stub->GetSptrRefCount()}, u""},
                  {GET_PROTO_INFO, 0, {IRemoteObject::IF_PROT_BINDER}, u"test.Reserved"},
+                 {INVOKE_LISTEN_THREAD, IPC_STUB_INVOKE_THREAD_ERR, {}, u""},
+                 {DBINDER_DECREFS_TRANSACTION, IPC_STUB_INVALID_DATA_ERR, {}, u""},
+                 {DBINDER_ADD_COMMAUTH, IPC_STUB_INVALID_DATA_ERR, {}, u""},
+                 {GET_SESSION_NAME_PID_UID, IPC_STUB_INVALID_DATA_ERR, {}, u""},
+                 {GET_SESSION_NAME, 0, {}, u""},
                  {SHELL_COMMAND_TRANSACTION, 1, {}, u""}};
     for (const auto &c : cases) {
         MessageParcel data, reply;
