@@ -9,7 +9,7 @@ import subprocess
 import sys
 
 HOST_ONLY = ("host/", "benchmarks/", "test/unittest/c_utils/", "test/unittest/hilog/", "test/unittest/ipc/",
-             "test/fuzztest/")
+             "test/fuzztest/", "test/unittest/platform_component/")
 
 
 def component_sources(entries, repository):

@@ -8,6 +8,10 @@
 #include <utility>
 #include <vector>
 
+// Standard headers the platform's own header brings in: device code uses what they declare after including
+// only this one, so the host header brings at least the same.
+#include <memory>
+
 #include "flat_obj.h"
 #include "nocopyable.h"
 #include "refbase.h"

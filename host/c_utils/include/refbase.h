@@ -1,6 +1,11 @@
 #ifndef UTILS_BASE_REFBASE_H
 #define UTILS_BASE_REFBASE_H
 
+// Standard headers the platform's own header brings in: device code uses what they declare after including
+// only this one, so the host header brings at least the same.
+#include <memory>
+#include <mutex>
+
 #include <atomic>
 #include <functional>
 #include <utility>

@@ -136,7 +136,8 @@ struct FormatBuffer {
 thread_local FormatBuffer t_buffer;
 } // namespace
 
-extern "C" int HiLogPrint(LogType type, LogLevel level, unsigned int domain, const char *tag, const char *fmt, ...)
+namespace {
+int PrintArgs(LogType type, LogLevel level, unsigned int domain, const char *tag, const char *fmt, va_list args)
 {
     if (fmt == nullptr || !LevelPasses(level)) {
         return -1;
@@ -147,10 +148,7 @@ extern "C" int HiLogPrint(LogType type, LogLevel level, unsigned int domain, con
     // A sink that logs must not format over the record it was given.
     std::string &buffer = (t_sinkDepth > 0 || t_bufferGone) ? text : t_buffer.text;
     buffer.clear();
-    va_list args;
-    va_start(args, fmt);
     OHOS::HostLog::FormatInto(buffer, fmt, args);
-    va_end(args);
     const char *safeTag = tag == nullptr ? "" : tag;
     if (g_hasSink.load(std::memory_order_acquire) && CallSink(HiLogRecord{type, level, domain, safeTag, buffer})) {
         return static_cast<int>(buffer.size());
@@ -158,6 +156,33 @@ extern "C" int HiLogPrint(LogType type, LogLevel level, unsigned int domain, con
     OHOS::HostLog::QueueLine(now, level, domain, safeTag, buffer);
     return static_cast<int>(buffer.size());
 }
+} // namespace
+
+extern "C" int HiLogPrint(LogType type, LogLevel level, unsigned int domain, const char *tag, const char *fmt, ...)
+{
+    va_list args;
+    va_start(args, fmt);
+    int printed = PrintArgs(type, level, domain, tag, fmt, args);
+    va_end(args);
+    return printed;
+}
+
+// The C++ interface of older components: a label instead of the type, domain and tag.
+#define HILOG_CPP_LEVEL(Name, level)                                                                                   \
+    int OHOS::HiviewDFX::HiLog::Name(const HiLogLabel &label, const char *fmt, ...)                                    \
+    {                                                                                                                  \
+        va_list args;                                                                                                  \
+        va_start(args, fmt);                                                                                           \
+        int printed = PrintArgs(label.type, (level), label.domain, label.tag, fmt, args);                              \
+        va_end(args);                                                                                                  \
+        return printed;                                                                                                \
+    }
+HILOG_CPP_LEVEL(Debug, LOG_DEBUG)
+HILOG_CPP_LEVEL(Info, LOG_INFO)
+HILOG_CPP_LEVEL(Warn, LOG_WARN)
+HILOG_CPP_LEVEL(Error, LOG_ERROR)
+HILOG_CPP_LEVEL(Fatal, LOG_FATAL)
+#undef HILOG_CPP_LEVEL
 
 extern "C" bool HiLogIsLoggable(unsigned int domain, const char *tag, LogLevel level)
 {

@@ -6,6 +6,12 @@
 #include <mutex>
 #include <string>
 
+// Standard headers the platform's own header brings in: device code uses what they declare after including
+// only this one, so the host header brings at least the same.
+#include <list>
+#include <memory>
+#include <unordered_map>
+
 #include "iremote_object.h"
 #include "refbase.h"
 

@@ -5,6 +5,12 @@
 #include <string>
 #include <vector>
 
+// Standard headers the platform's own header brings in: device code uses what they declare after including
+// only this one, so the host header brings at least the same.
+#include <list>
+#include <map>
+#include <memory>
+
 #include "ipc_types.h"
 #include "message_option.h"
 #include "message_parcel.h"

@@ -7,6 +7,11 @@
 #include <string>
 #include <vector>
 
+// Standard headers the platform's own header brings in: device code uses what they declare after including
+// only this one, so the host header brings at least the same.
+#include <list>
+#include <memory>
+
 #include "parcel.h"
 #include "refbase.h"
 

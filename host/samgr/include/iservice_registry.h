@@ -3,6 +3,11 @@
 
 #include <mutex>
 
+// Standard headers the platform's own header brings in: device code uses what they declare after including
+// only this one, so the host header brings at least the same.
+#include <memory>
+#include <string>
+
 #include "if_system_ability_manager.h"
 
 namespace OHOS {

@@ -2,5 +2,6 @@
 #define HIVIEWDFX_HILOG_H
 
 #include "hilog/log_c.h"
+#include "hilog/log_cpp.h"
 
 #endif // HIVIEWDFX_HILOG_H

@@ -37,4 +37,20 @@ bool HiLogIsLoggable(unsigned int domain, const char *tag, LogLevel level);
 }
 #endif
 
+// The includer's domain and tag, as it defines them (before or after this header, as long as before the macros are
+// used); without them, domain 0 and no tag.
+#ifndef LOG_DOMAIN
+#define LOG_DOMAIN 0
+#endif
+#ifndef LOG_TAG
+#define LOG_TAG NULL
+#endif
+
+// `type` is the log type, e.g. LOG_CORE; the rest as for HiLogPrint.
+#define HILOG_DEBUG(type, ...) ((void)HiLogPrint((type), LOG_DEBUG, LOG_DOMAIN, LOG_TAG, __VA_ARGS__))
+#define HILOG_INFO(type, ...) ((void)HiLogPrint((type), LOG_INFO, LOG_DOMAIN, LOG_TAG, __VA_ARGS__))
+#define HILOG_WARN(type, ...) ((void)HiLogPrint((type), LOG_WARN, LOG_DOMAIN, LOG_TAG, __VA_ARGS__))
+#define HILOG_ERROR(type, ...) ((void)HiLogPrint((type), LOG_ERROR, LOG_DOMAIN, LOG_TAG, __VA_ARGS__))
+#define HILOG_FATAL(type, ...) ((void)HiLogPrint((type), LOG_FATAL, LOG_DOMAIN, LOG_TAG, __VA_ARGS__))
+
 #endif // HIVIEWDFX_HILOG_C_H
