@@ -27,6 +27,9 @@ rm -rf "$root/build/sdk-prefix"
 cmake --install "$root/build" --prefix "$root/build/sdk-prefix" >/dev/null
 bash "$root/scripts/consumer_test.sh" "$root/build/sdk-prefix" "$root/build/consumer"
 
+echo "== binary interface (exported symbols, abidiff against the record) =="
+bash "$root/scripts/abi_check.sh" "$root/build"
+
 echo "== sanitizer build (ASan + UBSan, clang, with the fuzz targets) =="
 bash "$root/scripts/setup.sh" "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DTARNBY_SANITIZE=ON \
     -DTARNBY_BUILD_BENCHMARKS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++

@@ -12,7 +12,6 @@
 #include "message_parcel.h"
 #include "refbase.h"
 #include "tarnby_export.h"
-#include "tarnby_log_site.h"
 #include "veskor_info.h"
 
 namespace OHOS::Tarnby {
@@ -101,11 +100,6 @@ public:
     int32_t ProcessOnDisconnected(MessageParcel &data, MessageParcel &reply, MessageOption &option);
     int32_t ProcessOnApplyCompleted(MessageParcel &data, MessageParcel &reply, MessageOption &option);
     int32_t ProcessOnStop(MessageParcel &data, MessageParcel &reply, MessageOption &option);
-
-protected:
-    // Reads the interface token and compares it with the callback descriptor; a mismatch is logged (under the
-    // callback tag, at the caller's site) and the caller answers 1010.
-    static bool ReadCallbackToken(MessageParcel &data, LogSite site = LogSite::Here());
 };
 } // namespace OHOS::Tarnby
 

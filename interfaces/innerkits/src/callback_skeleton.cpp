@@ -1,4 +1,5 @@
 #include "callback_skeleton.h"
+#include "callback_token.h"
 
 #include <unistd.h>
 
@@ -141,14 +142,14 @@ CallbackSkeleton::~CallbackSkeleton()
     TRBY_LOGI("destroy callback = %{public}s", Str16ToStr8(GetDescriptor()).c_str());
 }
 
-bool CallbackSkeleton::ReadCallbackToken(MessageParcel &data, LogSite site)
+bool ReadCallbackToken(MessageParcel &data, LogSite site)
 {
     std::u16string token = data.ReadInterfaceToken();
-    if (token == GetDescriptor()) {
+    if (token == CallbackSkeleton::GetDescriptor()) {
         return true;
     }
     TRBY_LOG_SITE(LABEL_CALLBACK, LOG_ERROR, site, "receive wrong interface token = %{public}s, expect %{public}s",
-                  Str16ToStr8(token).c_str(), Str16ToStr8(GetDescriptor()).c_str());
+                  Str16ToStr8(token).c_str(), Str16ToStr8(CallbackSkeleton::GetDescriptor()).c_str());
     return false;
 }
 

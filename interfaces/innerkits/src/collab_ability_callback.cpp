@@ -1,5 +1,6 @@
 #include "collab_ability_callback.h"
 
+#include "callback_token.h"
 #include "tarnby_errors.h"
 #include "tarnby_log.h"
 

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "start_wait.h"
+#include "callback_token.h"
 #include "tarnby_errors.h"
 #include "tarnby_log.h"
 #include "tarnby_request.h"

@@ -2,9 +2,23 @@
 #define TARNBY_LOG_H
 
 #include "hilog/log.h"
-#include "tarnby_log_site.h"
 
 namespace OHOS::Tarnby {
+// Where a line is logged from. A helper that logs on behalf of its caller takes a `LogSite site = LogSite::Here()`
+// parameter: the default is filled in where the helper is called, so the line shows the caller's file, line and
+// function.
+struct LogSite {
+    const char *file;
+    int line;
+    const char *function;
+
+    static constexpr LogSite Here(const char *file = __builtin_FILE(), int line = __builtin_LINE(),
+                                  const char *function = __builtin_FUNCTION())
+    {
+        return LogSite{file, line, function};
+    }
+};
+
 // The log identity of a source unit: every line it writes carries this domain and tag.
 struct LogLabel {
     unsigned int domain;

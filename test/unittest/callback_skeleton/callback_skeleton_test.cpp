@@ -247,8 +247,12 @@ TEST_F(CallbackTest, DeviceConnectSubTypesReadTheirFieldsAndTheStateListIsBounde
     EXPECT_EQ(Deliver(501, 9, 503, Fields(0, std::vector<uint32_t>{}, 3u, 0, 0, 0, 0)), 1001);
     EXPECT_EQ(reply_.GetDataSize(), 0u);
     EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "Failed to read vector, size = 3, readAbleSize = 2"));
-    EXPECT_EQ(Deliver(501, 9, 503, Fields(0, 100)), 1001);
-    EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "ReadUInt32Vector failed"));
+    // A refused uint32 vector (a count of -1, then an acceptable empty list) refuses the call.
+    for (const Body &refused : {Fields(0, 100), Fields(0, -1, 0u)}) {
+        logs_.Clear();
+        EXPECT_EQ(Deliver(501, 9, 503, refused), 1001);
+        EXPECT_TRUE(logs_.Logged(LOG_INFO, "TRBYCallback", "ReadUInt32Vector failed"));
+    }
     Calls calls = hooks_->Calls();
     EXPECT_EQ(Calls(calls.end() - 2, calls.end()),
               Calls({"StateNotify(-2, [1 2 3], [device-a/1/2 device-c/5/6])", "StateNotify(0, [], [])"}));
@@ -298,7 +302,15 @@ TEST_F(CallbackTest, StateChangeHandsTheExtraInfoOverAsSentWithTheReceiversDescr
               1001); // byte 4 is not 0
     EXPECT_EQ(ReplyValues(reply_), std::vector<int32_t>{1001});
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "string format invalid,length is 4"));
-    EXPECT_EQ(Deliver(501, 9, 504, Fields("alpha", "beta", 11, -22, 134217729u, Raw("{}", 3), false)), 1001);
+    EXPECT_EQ(Deliver(501, 9, 504, Fields("alpha", "beta", 11, -22, MAX_RAW_DATA + 1, Raw("{}", 3), false)), 1001);
+    EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "Read raw data failed or length is 134217729"));
+    // The same length with all its bytes and the terminator there: the length alone refuses it.
+    std::string huge(size_t{MAX_RAW_DATA} + 2, 'x');
+    huge.back() = '\0';
+    logs_.Clear();
+    EXPECT_EQ(Deliver(501, 9, 504, Fields("alpha", "beta", 11, -22, MAX_RAW_DATA + 1, Raw(huge.data(), huge.size()),
+                                          false)),
+              1001);
     EXPECT_TRUE(logs_.Logged(LOG_ERROR, "TRBYCallback", "Read raw data failed or length is 134217729"));
     EXPECT_EQ(hooks_->Calls().size(), calls);
     // Through a proxy, as from the service's process: the descriptor arrives as the receiver's own, and its number is
