@@ -9,6 +9,10 @@
 
 #include "flat_obj.h"
 
+namespace OHOS {
+class IRemoteObject;
+} // namespace OHOS
+
 namespace OHOS::HostIpc {
 using FlatObject = parcel_flat_binder_object;
 
@@ -27,6 +31,10 @@ inline FlatObject MakeFlat(uint32_t type, uint64_t value, uint64_t cookie = 0)
     flat.cookie = cookie;
     return flat;
 }
+
+// How `object` is written into a parcel: a proxy as its handle, a local object as its address (and cookie). Lives
+// beside the proxy, which alone knows its handle.
+FlatObject FlattenRemoteObject(IRemoteObject &object);
 } // namespace OHOS::HostIpc
 
 #endif // OHOS_HOST_IPC_FLAT_OBJECT_H

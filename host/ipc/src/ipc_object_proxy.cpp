@@ -3,6 +3,7 @@
 #include <string>
 
 #include "boundary.h"
+#include "flat_object.h"
 #include "ipc_log.h"
 #include "ipc_thread_pool.h"
 #include "message_parcel.h"
@@ -177,5 +178,17 @@ uint32_t IPCObjectProxy::GetHandle()
 int IPCObjectProxy::GetProto() const
 {
     return proto_;
+}
+
+HostIpc::FlatObject HostIpc::FlattenRemoteObject(IRemoteObject &object)
+{
+    auto *proxy = object.IsProxyObject() ? dynamic_cast<IPCObjectProxy *>(&object) : nullptr;
+    if (proxy != nullptr) {
+        FlatObject flat = MakeFlat(TYPE_HANDLE, 0);
+        flat.handle = proxy->GetHandle();
+        return flat;
+    }
+    auto address = reinterpret_cast<uintptr_t>(&object);
+    return MakeFlat(TYPE_BINDER, address, address);
 }
 } // namespace OHOS

@@ -11,7 +11,6 @@
 
 #include "flat_object.h"
 #include "ipc_log.h"
-#include "ipc_object_proxy.h"
 #include "iremote_object.h"
 #include "sealed_memfd.h"
 
@@ -87,16 +86,7 @@ bool MessageParcel::WriteRemoteObject(const sptr<IRemoteObject> &object)
     if (object == nullptr) {
         return false;
     }
-    HostIpc::FlatObject flat = HostIpc::MakeFlat(HostIpc::TYPE_BINDER, 0);
-    auto *proxy = object->IsProxyObject() ? dynamic_cast<IPCObjectProxy *>(object.GetRefPtr()) : nullptr;
-    if (proxy != nullptr) {
-        flat.hdr.type = HostIpc::TYPE_HANDLE;
-        flat.handle = proxy->GetHandle();
-    } else {
-        flat.binder = reinterpret_cast<uintptr_t>(object.GetRefPtr());
-        flat.cookie = flat.binder;
-    }
-    return WriteFlatObject(flat, ObjectEntry{object, -1});
+    return WriteFlatObject(HostIpc::FlattenRemoteObject(*object), ObjectEntry{object, -1});
 }
 
 sptr<IRemoteObject> MessageParcel::ReadRemoteObject()

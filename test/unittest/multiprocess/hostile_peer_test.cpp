@@ -269,6 +269,7 @@ TEST_F(CrossProcessTest, AStoppedServiceCannotHoldACallPastItsWaitTime)
     sptr<IRemoteObject> service = FindService();
     ASSERT_EQ(Echo(service, 1), 2);
     ASSERT_EQ(kill(service_.Pid(), SIGSTOP), 0);
+    ASSERT_TRUE(Eventually([this] { return AllThreadsStopped(service_.Pid()); }));
     for (int i = 0; i < 100; i++) { // more than the socket holds: the rest waits in our queue
         MessageParcel data;
         MessageParcel reply;

@@ -182,6 +182,21 @@ uint64_t ProcessStatus(pid_t pid, const std::string &field)
     return 0;
 }
 
+bool AllThreadsStopped(pid_t pid)
+{
+    std::string tasks = "/proc/" + std::to_string(pid) + "/task";
+    for (const auto &task : std::filesystem::directory_iterator(tasks)) {
+        std::ifstream stat(task.path() / "stat");
+        std::string line;
+        std::getline(stat, line);
+        size_t state = line.rfind(") ");
+        if (state == std::string::npos || line.compare(state + 2, 1, "T") != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 size_t MappingCount(pid_t pid)
 {
     std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");

@@ -122,6 +122,8 @@ private:
 std::string ServicePath(int32_t id = TEST_SERVICE_ID);
 // From /proc/<pid>/status: a value in its unit (kB for sizes), or 0.
 uint64_t ProcessStatus(pid_t pid, const std::string &field);
+// Whether every thread of `pid` is stopped (a SIGSTOP takes effect after kill() returns).
+bool AllThreadsStopped(pid_t pid);
 size_t MappingCount(pid_t pid);
 size_t OpenDescriptorCount(pid_t pid);
 } // namespace OHOS::TarnbyTest
