@@ -269,11 +269,20 @@ TEST(TargetInfoTest, KeysAccountsShortParcelsAndPickerResultsMissingARecord)
     EXPECT_EQ(PickerResult::Unmarshalling(three), nullptr);
     EXPECT_EQ(three.GetReadableBytes(), 0u);
     EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient", "read accesstype failed"));
+    // Each of the three records absent (flag 0) in turn: no result.
+    const std::pair<Wire, std::string> gaps[] = {
+        {Wire().Words(1, 0, 1).Then(DEVICE).Words(1).Then(LOCAL), "read abilityFilter_ 1, deviceInfo 0, localInfo 0"},
+        {Wire().Words(1, 1).Then(FILTER).Words(0, 1).Then(LOCAL), "read abilityFilter_ 0, deviceInfo 1, localInfo 0"},
+        {Wire().Words(1, 1).Then(FILTER).Words(1).Then(DEVICE).Words(0), "read abilityFilter_ 0, deviceInfo 0, localInfo 1"},
+    };
+    for (const auto &[wire, line] : gaps) {
+        Parcel gap;
+        wire.LoadInto(gap);
+        EXPECT_EQ(PickerResult::Unmarshalling(gap), nullptr) << line;
+        EXPECT_EQ(gap.GetReadableBytes(), 0u);
+        EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient", line));
+    }
     Parcel gap;
-    Wire().Words(1, 1).Then(FILTER).Words(0, 1).Then(LOCAL).LoadInto(gap);
-    EXPECT_EQ(PickerResult::Unmarshalling(gap), nullptr);
-    EXPECT_EQ(gap.GetReadableBytes(), 0u);
-    EXPECT_TRUE(logs.Logged(LOG_ERROR, "TRBYClient", "read abilityFilter_ 0, deviceInfo 1, localInfo 0"));
     sptr<PickerResult> result = Picker();
     result->SetDeviceInfo(nullptr);
     EXPECT_FALSE(result->Marshalling(gap));

@@ -237,10 +237,21 @@ TEST_F(ServiceTest, MalformedAndForeignRequestsAreRefusedAndNamed)
         EXPECT_TRUE(logs_.Find("request refused with 290002: " + problem)) << problem;
     }
     EXPECT_EQ(Answer(601, Envelope(103, 7)), EMU_ERR_UNKNOWN_OPERATION); // right operation, wrong request code
+    // The qualifiers after the two types are always 0; a request with any of them set names no operation.
+    for (const Body &qualifiers : {Fields(1u, 0u, 0u), Fields(0u, 1u, 0u), Fields(0u, 0u, 1u)}) {
+        EXPECT_EQ(Answer(101, Fields([](MessageParcel &d) { d.WriteInterfaceToken(SERVICE_TOKEN); }, 103u, 8u,
+                                     qualifiers, 1)),
+                  EMU_ERR_UNKNOWN_OPERATION);
+    }
     EXPECT_EQ(Answer(101, Envelope(103, 99)), EMU_ERR_UNKNOWN_OPERATION);
     EXPECT_TRUE(logs_.Find("request refused with 290003: request 101 (103/99/0/0/0) names no operation"));
-    EXPECT_EQ(Answer(101, [](MessageParcel &d) { d.WriteInterfaceToken(CALLBACK_TOKEN); }), EMU_ERR_WRONG_TOKEN);
-    EXPECT_EQ(emulator_.EventsOfKind("request.rejected").size(), std::size(truncated) + 3);
+    // A foreign token: refused, and nothing after it is read, even a well-formed stop request.
+    EXPECT_EQ(Answer(101, Fields([](MessageParcel &d) { d.WriteInterfaceToken(CALLBACK_TOKEN); }, 103u, 8u, 0u, 0u,
+                                 0u, 1)),
+              EMU_ERR_WRONG_TOKEN);
+    DecodedRequest foreign = emulator_.Requests().back();
+    EXPECT_TRUE(foreign.operation.empty() && foreign.fields.empty()) << foreign.operation;
+    EXPECT_EQ(emulator_.EventsOfKind("request.rejected").size(), std::size(truncated) + 6);
     EXPECT_TRUE(emulator_.Sessions().empty());
 }
 
