@@ -4,7 +4,7 @@
 set -euo pipefail
 
 PACKAGES=(cmake ninja-build g++ clang libclang-rt-dev pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-    libjsoncpp-dev generate-ninja python3 ccache abigail-tools doxygen graphviz)
+    libjsoncpp-dev generate-ninja python3 ccache abigail-tools doxygen graphviz gnuplot-nox)
 
 install_missing_packages()
 {
