@@ -273,7 +273,8 @@ TEST(TargetInfoTest, KeysAccountsShortParcelsAndPickerResultsMissingARecord)
     const std::pair<Wire, std::string> gaps[] = {
         {Wire().Words(1, 0, 1).Then(DEVICE).Words(1).Then(LOCAL), "read abilityFilter_ 1, deviceInfo 0, localInfo 0"},
         {Wire().Words(1, 1).Then(FILTER).Words(0, 1).Then(LOCAL), "read abilityFilter_ 0, deviceInfo 1, localInfo 0"},
-        {Wire().Words(1, 1).Then(FILTER).Words(1).Then(DEVICE).Words(0), "read abilityFilter_ 0, deviceInfo 0, localInfo 1"},
+        {Wire().Words(1, 1).Then(FILTER).Words(1).Then(DEVICE).Words(0),
+         "read abilityFilter_ 0, deviceInfo 0, localInfo 1"},
     };
     for (const auto &[wire, line] : gaps) {
         Parcel gap;

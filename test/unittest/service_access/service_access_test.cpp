@@ -222,6 +222,9 @@ TEST_F(ServiceTest, MalformedAndForeignRequestsAreRefusedAndNamed)
         int status = SendCallback(emulator_.ServiceObject(), code, data, &reply);
         return reply.GetDataSize() == 0 ? status : reply.ReadInt32();
     };
+    // A present target (system ability 5 on "net"), and an object to call back.
+    const Body TARGET = Fields(1, "net", 0u, "bundle", "ability", 5);
+    const Body OBJECT = [](MessageParcel &d) { d.WriteRemoteObject(new IPCObjectStub(u"callback")); };
     const std::pair<Body, std::string> truncated[] = {
         {Fields([](MessageParcel &d) { d.WriteInterfaceToken(SERVICE_TOKEN); }, 103u),
          "request 101: subServiceType missing"},
@@ -231,12 +234,22 @@ TEST_F(ServiceTest, MalformedAndForeignRequestsAreRefusedAndNamed)
          "SendCollaborationData: data missing"}, // a length beyond what the parcel holds sizes nothing
         {Envelope(103, 13, Fields(1, 0x3FF001u)), "SendCollaborationData: dataLen out of range"},
         {Envelope(104, 27, Fields("peer", "speaker")), "InitAudioTransfer: businessType missing"},
+        {Envelope(103, 7, Fields(0, 1, TARGET)), "StartCollaboration: callback missing"},
+        {Envelope(103, 7, Fields(2, "bundle", "ability", TARGET, OBJECT)),
+         "StartCollaboration: LocalTargetType out of range"},
+        {Envelope(103, 25, Fields(TARGET, TARGET, OBJECT, 0x3FF001u)), "StartCollaboration: dataLen out of range"},
+        {Envelope(103, 13, Fields(1, 0u)), "SendCollaborationData: dataLen out of range"},
+        {Envelope(104, 27, Fields("", "speaker", 1)), "InitAudioTransfer: empty peer or device"},
+        {Envelope(104, 27, Fields("peer", "", 1)), "InitAudioTransfer: empty peer or device"},
     };
     for (const auto &[fill, problem] : truncated) {
         EXPECT_EQ(Answer(101, fill), EMU_ERR_MALFORMED) << problem;
         EXPECT_TRUE(logs_.Find("request refused with 290002: " + problem)) << problem;
     }
     EXPECT_EQ(Answer(601, Envelope(103, 7)), EMU_ERR_UNKNOWN_OPERATION); // right operation, wrong request code
+    // Target types 0 to 2 name kinds of ability; 3 is refused when a callback is registered for it.
+    EXPECT_EQ(Answer(101, Envelope(103, 23, Fields(1, "net", 2u, "bundle", "ability", 5, OBJECT))), EMU_OK);
+    EXPECT_EQ(Answer(101, Envelope(103, 23, Fields(1, "net", 3u, "bundle", "ability", 5, OBJECT))), EMU_ERR_BAD_TARGET);
     // The qualifiers after the two types are always 0; a request with any of them set names no operation.
     for (const Body &qualifiers : {Fields(1u, 0u, 0u), Fields(0u, 1u, 0u), Fields(0u, 0u, 1u)}) {
         EXPECT_EQ(Answer(101, Fields([](MessageParcel &d) { d.WriteInterfaceToken(SERVICE_TOKEN); }, 103u, 8u,
@@ -246,9 +259,9 @@ TEST_F(ServiceTest, MalformedAndForeignRequestsAreRefusedAndNamed)
     EXPECT_EQ(Answer(101, Envelope(103, 99)), EMU_ERR_UNKNOWN_OPERATION);
     EXPECT_TRUE(logs_.Find("request refused with 290003: request 101 (103/99/0/0/0) names no operation"));
     // A foreign token: refused, and nothing after it is read, even a well-formed stop request.
-    EXPECT_EQ(Answer(101, Fields([](MessageParcel &d) { d.WriteInterfaceToken(CALLBACK_TOKEN); }, 103u, 8u, 0u, 0u,
-                                 0u, 1)),
-              EMU_ERR_WRONG_TOKEN);
+    EXPECT_EQ(
+        Answer(101, Fields([](MessageParcel &d) { d.WriteInterfaceToken(CALLBACK_TOKEN); }, 103u, 8u, 0u, 0u, 0u, 1)),
+        EMU_ERR_WRONG_TOKEN);
     DecodedRequest foreign = emulator_.Requests().back();
     EXPECT_TRUE(foreign.operation.empty() && foreign.fields.empty()) << foreign.operation;
     EXPECT_EQ(emulator_.EventsOfKind("request.rejected").size(), std::size(truncated) + 6);
