@@ -39,7 +39,11 @@ install(TARGETS tarnby_client ${TARNBY_PLATFORM_TARGETS} tarnby_client_headers h
     EXPORT TarnbyClientTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-install(TARGETS tarnby_demo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+set_target_properties(tarnby_emulator_server PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+install(TARGETS tarnby_demo tarnby_emulator_server RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+# The examples' sources and the guide, with the development package.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development OPTIONAL)
 install(EXPORT TarnbyClientTargets NAMESPACE TarnbyClient:: DESTINATION ${TARNBY_CMAKE_DIR} COMPONENT development)
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/TarnbyClientConfig.cmake.in

@@ -27,6 +27,9 @@ rm -rf "$root/build/sdk-prefix"
 cmake --install "$root/build" --prefix "$root/build/sdk-prefix" >/dev/null
 bash "$root/scripts/consumer_test.sh" "$root/build/sdk-prefix" "$root/build/consumer"
 
+echo "== examples against the installed SDK, in one process and against tarnby_emulator_server =="
+bash "$root/scripts/examples_test.sh" "$root/build/sdk-prefix" "$root/build/examples"
+
 echo "== binary interface (exported symbols, abidiff against the record) =="
 bash "$root/scripts/abi_check.sh" "$root/build"
 

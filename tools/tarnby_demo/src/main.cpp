@@ -94,7 +94,8 @@ bool ParseOptions(int argc, char *argv[], Options &options)
 int RunScenarios(const Options &options)
 {
     Transcript transcript(options.showLogs);
-    std::unique_ptr<ServiceControl> service = options.ipc ? ServiceProcess(options.server) : InProcessService();
+    std::unique_ptr<ServiceControl> service =
+        options.ipc ? TarnbyEmulator::ServiceProcess(options.server) : TarnbyEmulator::InProcessService();
     if (!service->Start()) {
         std::cerr << "tarnby_demo: the emulator could not register the service\n";
         return EXIT_UNEXPECTED;

@@ -12,6 +12,7 @@
 #include "transcript.h"
 
 namespace OHOS::TarnbyDemo {
+using TarnbyEmulator::ServiceControl;
 struct DemoContext {
     Transcript &transcript;
     ServiceControl &emulator;

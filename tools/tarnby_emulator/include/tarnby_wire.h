@@ -80,6 +80,19 @@ void WriteSurfaceEvent(MessageParcel &data, uint32_t eventType, uint32_t code, c
 // one raw block (nothing when the text is empty).
 void WriteExtraInfo(MessageParcel &data, const std::string &text);
 
+// A device-connect state change (request code 501, sub service type 504) as the service sends it.
+struct ServiceStateChange {
+    std::string firstString;
+    std::string secondString;
+    int32_t firstInt = 0;
+    int32_t secondInt = 0;
+    std::string extraInfo; // JSON text; with a member "fd" the receiver gets `fd` in its place
+    int fd = -1;           // sent (duplicated) when not negative; the caller keeps its own
+};
+// Request code 501 to a device-connect callback: token, service code (0, 504, 0, 0, 0), the two strings, the two
+// int32, the extra-info block, bool hasFd (a descriptor is given), then the descriptor.
+void WriteServiceStateChange(MessageParcel &data, const ServiceStateChange &change);
+
 // Sends a callback parcel synchronously, as the service does. Returns SendRequest's status; the reply is left in
 // `reply` when given.
 int SendCallback(const sptr<IRemoteObject> &callback, uint32_t code, MessageParcel &data,

@@ -61,6 +61,22 @@ void WriteExtraInfo(MessageParcel &data, const std::string &text)
     }
 }
 
+void WriteServiceStateChange(MessageParcel &data, const ServiceStateChange &change)
+{
+    constexpr uint32_t SERVICE_STATE_CHANGED = 504;
+    WriteCallbackToken(data);
+    WriteServiceCode(data, 0, SERVICE_STATE_CHANGED);
+    data.WriteString(change.firstString);
+    data.WriteString(change.secondString);
+    data.WriteInt32(change.firstInt);
+    data.WriteInt32(change.secondInt);
+    WriteExtraInfo(data, change.extraInfo);
+    data.WriteBool(change.fd >= 0);
+    if (change.fd >= 0) {
+        data.WriteFileDescriptor(change.fd);
+    }
+}
+
 int SendCallback(const sptr<IRemoteObject> &callback, uint32_t code, MessageParcel &data, MessageParcel *reply)
 {
     if (callback == nullptr) {

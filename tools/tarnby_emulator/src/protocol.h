@@ -22,6 +22,7 @@ inline constexpr uint32_t SURFACE_TRANSFER = 105;
 // the surface request code.
 inline constexpr uint32_t SESSION_CALLBACK = 103;
 inline constexpr uint32_t SURFACE_CALLBACK = SURFACE_TRANSFER_EVENT;
+inline constexpr uint32_t DEVICE_CONNECT_CALLBACK = 501;
 
 // The largest collaboration payload either way: 4,190,208 bytes.
 inline constexpr uint32_t MAX_DATA_LEN = 0x3FF000;

@@ -2,6 +2,7 @@
 // 70633 in the cross-process registry (OHOS_HOST_IPC_DIR) and a control object beside it, prints "ready" and
 // serves until SIGTERM or SIGINT.
 #include <signal.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include "ipc_object_stub.h"
 #include "iservice_registry.h"
 #include "message_parcel.h"
+#include "service_control.h"
 #include "tarnby_emulator.h"
 
 namespace OHOS::TarnbyEmulator {
@@ -38,6 +40,21 @@ public:
                 return reply.WriteInt32(static_cast<int32_t>(emulator_.AudioState(id))) ? ERR_NONE : ERR_INVALID_DATA;
             case CONTROL_SURFACE_STATE:
                 return reply.WriteInt32(static_cast<int32_t>(emulator_.SurfaceState(id))) ? ERR_NONE : ERR_INVALID_DATA;
+            case CONTROL_SURFACE_EVENT: {
+                uint32_t subServiceType = data.ReadUint32();
+                uint32_t code = data.ReadUint32();
+                int32_t result = emulator_.SendSurfaceEvent(id, subServiceType, code, data.ReadString());
+                return reply.WriteInt32(result) ? ERR_NONE : ERR_INVALID_DATA;
+            }
+            case CONTROL_SERVICE_STATE_CHANGE: {
+                sptr<IRemoteObject> callback = data.ReadRemoteObject();
+                ServiceStateChange change = ReadServiceStateChangeFields(data);
+                int32_t result = SendServiceStateChange(callback, change);
+                if (change.fd >= 0) {
+                    close(change.fd);
+                }
+                return reply.WriteInt32(result) ? ERR_NONE : ERR_INVALID_DATA;
+            }
             default:
                 return IPCObjectStub::OnRemoteRequest(code, data, reply, option);
         }

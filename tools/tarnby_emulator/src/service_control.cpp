@@ -11,12 +11,12 @@
 #include "emulator_control.h"
 #include "iservice_registry.h"
 #include "message_parcel.h"
+#include "protocol.h"
 
 extern char **environ;
 
-namespace OHOS::TarnbyDemo {
+namespace OHOS::TarnbyEmulator {
 namespace {
-using TarnbyEmulator::TransferState;
 
 class InProcess : public ServiceControl {
 public:
@@ -48,13 +48,21 @@ public:
     {
         return emulator_.SurfaceState(connId);
     }
+    int32_t SendSurfaceEvent(int32_t connId, uint32_t subServiceType, uint32_t code, const std::string &extra) override
+    {
+        return emulator_.SendSurfaceEvent(connId, subServiceType, code, extra);
+    }
+    int32_t SendServiceStateChange(const sptr<IRemoteObject> &callback, const ServiceStateChange &change) override
+    {
+        return TarnbyEmulator::SendServiceStateChange(callback, change);
+    }
     std::string Where() const override
     {
         return "in this process";
     }
 
 private:
-    TarnbyEmulator::Emulator emulator_;
+    Emulator emulator_;
 };
 
 class Process : public ServiceControl {
@@ -109,15 +117,33 @@ public:
         request.WriteInt32(sessionId);
         request.WriteUint32(static_cast<uint32_t>(data.size()));
         request.WriteBuffer(data.data(), data.size());
-        return Ask(TarnbyEmulator::CONTROL_PEER_SEND_DATA, request, TarnbyEmulator::EMU_ERR_STOPPED);
+        return Ask(CONTROL_PEER_SEND_DATA, request, EMU_ERR_STOPPED);
     }
     TransferState AudioState(int32_t connId) override
     {
-        return State(TarnbyEmulator::CONTROL_AUDIO_STATE, connId);
+        return State(CONTROL_AUDIO_STATE, connId);
     }
     TransferState SurfaceState(int32_t connId) override
     {
-        return State(TarnbyEmulator::CONTROL_SURFACE_STATE, connId);
+        return State(CONTROL_SURFACE_STATE, connId);
+    }
+    int32_t SendSurfaceEvent(int32_t connId, uint32_t subServiceType, uint32_t code, const std::string &extra) override
+    {
+        MessageParcel request;
+        request.WriteInt32(connId);
+        request.WriteUint32(subServiceType);
+        request.WriteUint32(code);
+        request.WriteString(extra);
+        return Ask(CONTROL_SURFACE_EVENT, request, EMU_ERR_STOPPED);
+    }
+    // The server sends the change to the callback, which it gets as a proxy to this process's object.
+    int32_t SendServiceStateChange(const sptr<IRemoteObject> &callback, const ServiceStateChange &change) override
+    {
+        MessageParcel request;
+        request.WriteInt32(0);
+        request.WriteRemoteObject(callback);
+        WriteServiceStateChangeFields(request, change);
+        return Ask(CONTROL_SERVICE_STATE_CHANGE, request, EMU_ERR_STOPPED);
     }
     std::string Where() const override
     {
@@ -136,8 +162,7 @@ private:
     int32_t Ask(uint32_t code, MessageParcel &request, int32_t failed)
     {
         auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
-        sptr<IRemoteObject> control =
-            manager == nullptr ? nullptr : manager->GetSystemAbility(TarnbyEmulator::EMULATOR_CONTROL_ID);
+        sptr<IRemoteObject> control = manager == nullptr ? nullptr : manager->GetSystemAbility(EMULATOR_CONTROL_ID);
         MessageParcel reply;
         MessageOption option;
         if (control == nullptr || control->SendRequest(code, request, reply, option) != ERR_NONE) {
@@ -166,4 +191,38 @@ std::unique_ptr<ServiceControl> ServiceProcess(const std::string &serverPath)
 {
     return std::make_unique<Process>(serverPath);
 }
-} // namespace OHOS::TarnbyDemo
+int32_t SendServiceStateChange(const sptr<IRemoteObject> &callback, const ServiceStateChange &change)
+{
+    MessageParcel data;
+    WriteServiceStateChange(data, change);
+    MessageParcel reply;
+    int status = SendCallback(callback, DEVICE_CONNECT_CALLBACK, data, &reply);
+    return status == ERR_NONE && reply.GetReadableBytes() >= sizeof(int32_t) ? reply.ReadInt32()
+                                                                             : EMU_ERR_CALLBACK_FAILED;
+}
+
+void WriteServiceStateChangeFields(MessageParcel &request, const ServiceStateChange &change)
+{
+    request.WriteString(change.firstString);
+    request.WriteString(change.secondString);
+    request.WriteInt32(change.firstInt);
+    request.WriteInt32(change.secondInt);
+    request.WriteString(change.extraInfo);
+    request.WriteBool(change.fd >= 0);
+    if (change.fd >= 0) {
+        request.WriteFileDescriptor(change.fd);
+    }
+}
+
+ServiceStateChange ReadServiceStateChangeFields(MessageParcel &request)
+{
+    ServiceStateChange change;
+    change.firstString = request.ReadString();
+    change.secondString = request.ReadString();
+    change.firstInt = request.ReadInt32();
+    change.secondInt = request.ReadInt32();
+    change.extraInfo = request.ReadString();
+    change.fd = request.ReadBool() ? request.ReadFileDescriptor() : -1;
+    return change;
+}
+} // namespace OHOS::TarnbyEmulator

@@ -13,6 +13,9 @@ enum ControlCode : uint32_t {
     CONTROL_PEER_SEND_DATA = 1, // int32 session id, uint32 size, the bytes -> int32 EmulatorResult
     CONTROL_AUDIO_STATE = 2,    // int32 connection id -> int32 TransferState
     CONTROL_SURFACE_STATE = 3,  // int32 connection id -> int32 TransferState
+    CONTROL_SURFACE_EVENT = 4,  // int32 connection id, uint32 sub service type, uint32 code, string extra -> int32
+    // int32 0, the callback object, then the change (WriteServiceStateChangeFields) -> int32 the callback's answer
+    CONTROL_SERVICE_STATE_CHANGE = 5,
 };
 } // namespace OHOS::TarnbyEmulator
 
