@@ -19,6 +19,9 @@ echo "== normal build =="
 bash "$root/scripts/setup.sh" "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
 run_suite "$root/build"
 
+echo "== API reference (doxygen; an undocumented public name or a warning fails) =="
+cmake --build "$root/build" --target docs
+
 echo "== device build files (gn host check) =="
 bash "$root/scripts/gn_check.sh" "$root/build"
 

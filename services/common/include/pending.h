@@ -1,7 +1,12 @@
 #ifndef TARNBY_PENDING_H
 #define TARNBY_PENDING_H
 
-// A one-shot wait for an answer that arrives on another thread. Shared by the client library and the service.
+/**
+ * @file pending.h
+ * @brief A one-shot wait for an answer that arrives on another thread.
+ *
+ * Shared by the client library and the service.
+ */
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -10,9 +15,11 @@
 
 #include "hilog/log.h"
 
-// Pending reaches consumers through a public header, so it logs through HiLog itself, under the service's identity
-// ("TRBYService", 0xD004615), with the same "[file:line]function# " prefix as the library's lines; the macro is
-// undefined at the end of this header.
+/**
+ * @brief Pending reaches consumers through a public header, so it logs through HiLog itself, under the service's
+ * identity ("TRBYService", 0xD004615), with the same "[file:line]function# " prefix as the library's lines; the
+ * macro is undefined at the end of this header.
+ */
 #define TRBY_PENDING_LOGI(fmt, ...)                                                                                    \
     (HiLogIsLoggable(0xD004615, "TRBYService", LOG_INFO)                                                               \
          ? (void)HiLogPrint(LOG_CORE, LOG_INFO, 0xD004615, "TRBYService", "[pending.h:%{public}d]%{public}s# " fmt,    \
@@ -20,23 +27,38 @@
          : (void)0)
 
 namespace OHOS::Tarnby {
+/**
+ * @brief A one-shot wait for an answer that arrives on another thread.
+ *
+ * One thread waits in Start() while another delivers the answer with Stop(). One Pending serves one wait.
+ * @tparam T The answer's type.
+ */
 template <typename T>
 class Pending {
 public:
-    // Statuses of Start. The library's status header names the time-out ERR_TRBY_WAIT_TIMEOUT (checked where it is
-    // used), so this header needs nothing from the library.
-    static constexpr int32_t ANSWERED = 0;
-    static constexpr int32_t TIMED_OUT = 2010;
+    // The library's status header names the time-out ERR_TRBY_WAIT_TIMEOUT (checked where it is used), so this
+    // header needs nothing from the library.
+    static constexpr int32_t ANSWERED = 0;     ///< Start's status once answered.
+    static constexpr int32_t TIMED_OUT = 2010; ///< Start's status when the time ran out.
 
-    // Waits up to `time` seconds (steady clock) for Stop(). Returns (0, answer) once answered, also when the answer
-    // came before the wait began, or (2010, the value held) when the time ran out; `time` 0 does not wait at all.
-    // A wake-up without an answer waits the full time again.
+    /**
+     * @brief Waits up to `time` seconds (steady clock) for Stop().
+     *
+     * A wake-up without an answer waits the full time again.
+     * @param time The wait in seconds; 0 does not wait at all.
+     * @return (0, answer) once answered, also when the answer came before the wait began, or (2010, the value held)
+     *         when the time ran out.
+     */
     std::pair<int32_t, T> Start(uint32_t time)
     {
         return Start(std::chrono::seconds(time));
     }
 
-    // The same with a finer wait (logged in whole seconds).
+    /**
+     * @brief The same with a finer wait (logged in whole seconds).
+     * @param wait The wait; 0 does not wait at all.
+     * @return As Start(uint32_t).
+     */
     std::pair<int32_t, T> Start(std::chrono::milliseconds wait)
     {
         TRBY_PENDING_LOGI("enter, time:%{public}d",
@@ -59,7 +81,10 @@ public:
         }
     }
 
-    // Delivers the answer and wakes every waiter. One Pending serves one wait: nothing makes it wait again.
+    /**
+     * @brief Delivers the answer and wakes every waiter. Nothing makes the Pending wait again.
+     * @param value The answer.
+     */
     void Stop(T value)
     {
         TRBY_PENDING_LOGI("enter");
