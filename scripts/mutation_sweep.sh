@@ -12,7 +12,7 @@ results="${1:-$root/build/mutation/results.txt}"
 shift || true
 only=("$@")
 work="${SWEEP_DIR:-$root/build/mutation}"
-tests="${SWEEP_TESTS:-callback_skeleton_test collaboration_test media_transfer_test pending_test records_test service_access_test c_utils_test ipc_test ipc_wire_test hilog_test xproc_test xproc_test:simulated write_fault_sweep_test}"
+tests="${SWEEP_TESTS:-callback_skeleton_test collaboration_test media_transfer_test pending_test records_test service_access_test c_utils_test ipc_test ipc_wire_test hilog_test xproc_test xproc_test:simulated write_fault_sweep_test panel_api_test}"
 limit="${SWEEP_TIMEOUT:-180}"
 src="$work/src"
 build="$work/build"

@@ -4,7 +4,8 @@
 set -euo pipefail
 
 PACKAGES=(cmake ninja-build g++ clang libclang-rt-dev pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-    libjsoncpp-dev generate-ninja python3 ccache abigail-tools doxygen graphviz gnuplot-nox)
+    libjsoncpp-dev generate-ninja python3 ccache abigail-tools doxygen graphviz gnuplot-nox
+    libcpp-httplib-dev chromium chromium-driver python3-selenium)
 
 install_missing_packages()
 {

@@ -9,7 +9,8 @@ import subprocess
 import sys
 
 HOST_ONLY = ("host/", "benchmarks/", "test/unittest/c_utils/", "test/unittest/hilog/", "test/unittest/ipc/",
-             "test/fuzztest/", "test/unittest/platform_component/")
+             "test/fuzztest/", "test/unittest/platform_component/",
+             "test/unittest/emulator_panel/")
 
 
 def component_sources(entries, repository):

@@ -84,6 +84,46 @@ struct ScriptedReply {
 // nullopt to let the emulator handle the request as usual.
 using RequestHook = std::function<std::optional<ScriptedReply>(const DecodedRequest &request)>;
 
+// One exchange across the service's boundary, as a trace shows it: a request the service received, or a call it
+// made to a client's callback object, with its decoded fields, its answer and how long it took.
+struct Transaction {
+    uint64_t sequence = 0;
+    bool callback = false; // false: a request to the service; true: a call of a client's callback object
+    uint32_t code = 0;     // the request code
+    std::string operation; // "StartCollaboration", "SessionMessage", ...; empty when the request named none
+    std::string envelope;  // a request's five service-code fields, "103/7/0/0/0"
+    std::vector<RequestField> fields;
+    std::string problem; // why the request's body could not be read, when it could not
+    int32_t status = 0;  // the first int32 of the reply, or the IPC status when the reply holds none
+    double durationMs = 0;
+    int64_t startedAtMs = 0; // wall clock, milliseconds since the epoch
+    int32_t callingPid = 0;  // the client's process (requests)
+};
+// Sees every transaction once it is over, on the thread that carried it.
+using TransactionSink = std::function<void(const Transaction &transaction)>;
+// Sees every event as it is logged, on the thread that logged it, outside the emulator's locks.
+using EventSink = std::function<void(const EmulatorEvent &event)>;
+
+// What the service holds at one moment.
+struct EmulatorSnapshot {
+    struct Session {
+        int32_t id = 0;
+        std::string local;
+        std::string target;
+        std::string extraData;
+    };
+    struct Transfer {
+        int32_t id = 0;
+        std::string kind;   // "audio" or "surface"
+        std::string remote; // the peer and device, as the client named them
+        TransferState state = TransferState::NONE;
+    };
+    bool running = false;
+    std::vector<Session> sessions;
+    std::vector<std::string> registrations; // the targets that have a collaboration callback
+    std::vector<Transfer> transfers;
+};
+
 class EmulatorCore;
 
 // Owns the service object and all of the emulated service's state. Every member may be called from any thread,
@@ -122,6 +162,7 @@ public:
     int32_t SendSurfaceEvent(int32_t connId, uint32_t subServiceType, uint32_t code, const std::string &extra);
 
     std::vector<int32_t> Sessions() const;
+    EmulatorSnapshot Snapshot() const;
     TransferState AudioState(int32_t connId) const;
     TransferState SurfaceState(int32_t connId) const;
 
@@ -137,6 +178,10 @@ public:
 
     // Replaces the request hook; an empty one restores the usual handling.
     void SetRequestHook(RequestHook hook);
+    // Replaces the transaction sink; an empty one traces nothing.
+    void SetTransactionSink(TransactionSink sink);
+    // Replaces the event sink; an empty one removes it.
+    void SetEventSink(EventSink sink);
     // The latest requests the service object received (at most 64), oldest first, as DecodeRequest read them.
     std::vector<DecodedRequest> Requests() const;
     // Waits until `count` requests have arrived since the emulator was made.

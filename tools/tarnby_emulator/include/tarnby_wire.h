@@ -60,6 +60,8 @@ struct DecodedRequest {
 // Reads the interface token, the five service-code fields and the body of the operation they name; stops at the
 // first field that is missing. Safe on any parcel content: no length read from the parcel sizes an allocation.
 DecodedRequest DecodeRequest(uint32_t code, MessageParcel &data);
+// The names DecodeRequest gives the operations it knows, each once, in the order of the service's table.
+std::vector<std::string> OperationNames();
 
 // The shown form of one value, as in DecodedRequest::Body.
 std::string FieldText(const FieldValue &value);

@@ -7,6 +7,13 @@
 
 namespace OHOS::TarnbyEmulator {
 namespace {
+// The fields of a session message as the callback reads them: type, session id, length, the bytes.
+std::vector<RequestField> SessionMessageFields(int32_t type, int32_t sessionId, const std::vector<uint8_t> &bytes)
+{
+    return {
+        {"type", type}, {"sessionId", sessionId}, {"dataLen", static_cast<uint32_t>(bytes.size())}, {"data", bytes}};
+}
+
 enum LocalTargetType : int32_t {
     LOCAL_SYSTEM_ABILITY = 0,
     LOCAL_ABILITY = 1,
@@ -116,7 +123,9 @@ void EmulatorCore::AnswerLater(const sptr<IRemoteObject> &innerCallback, int32_t
                 return; // the service died or stopped before it could answer
             }
         }
-        CallbackResult sent = CallStartAnswer(innerCallback, result, sessionId);
+        CallbackResult sent =
+            TracedCall("StartAnswer", SESSION_CALLBACK, {{"result", result}, {"sessionId", sessionId}},
+                       [&] { return CallStartAnswer(innerCallback, result, sessionId); });
         Record("session.answered", sessionId, sent.sendStatus,
                "answered " + std::to_string(result) + " for " + SessionName(sessionId) + " through the inner callback");
     });
@@ -140,9 +149,10 @@ EmulatorCore::Reply EmulatorCore::HandleStopCollaboration(RequestReader &reader)
     }
     Record("session.stop", sessionId, EMU_OK, SessionName(sessionId) + " stopped");
     if (callback != nullptr) {
-        CallbackResult sent =
-            CallSessionMessage(callback, SESSION_MESSAGE_EVENT, sessionId,
-                               reinterpret_cast<const uint8_t *>(STOPPED_EVENT.data()), STOPPED_EVENT.size());
+        std::vector<uint8_t> event(STOPPED_EVENT.begin(), STOPPED_EVENT.end());
+        CallbackResult sent = TracedCall(
+            "SessionMessage", SESSION_CALLBACK, SessionMessageFields(SESSION_MESSAGE_EVENT, sessionId, event),
+            [&] { return CallSessionMessage(callback, SESSION_MESSAGE_EVENT, sessionId, event.data(), event.size()); });
         Record("session.event", sessionId, sent.sendStatus,
                SessionName(sessionId) + ": event \"" + STOPPED_EVENT + "\" sent to the registered callback",
                STOPPED_EVENT);
@@ -193,7 +203,9 @@ int32_t EmulatorCore::Deliver(int32_t sessionId, SessionMessageType type, const 
         Record(kind, sessionId, result, what + " not delivered: " + ResultText(result), payload);
         return result;
     }
-    CallbackResult sent = CallSessionMessage(callback, type, sessionId, bytes.data(), bytes.size());
+    CallbackResult sent =
+        TracedCall("SessionMessage", SESSION_CALLBACK, SessionMessageFields(type, sessionId, bytes),
+                   [&] { return CallSessionMessage(callback, type, sessionId, bytes.data(), bytes.size()); });
     result = sent.Delivered() ? EMU_OK : EMU_ERR_CALLBACK_FAILED;
     Record(kind, sessionId, result,
            what + (sent.Delivered() ? " delivered to the registered callback"

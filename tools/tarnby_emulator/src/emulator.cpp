@@ -137,6 +137,21 @@ void Emulator::SetRequestHook(RequestHook hook)
     core_->SetRequestHook(std::move(hook));
 }
 
+void Emulator::SetTransactionSink(TransactionSink sink)
+{
+    core_->SetTransactionSink(std::move(sink));
+}
+
+void Emulator::SetEventSink(EventSink sink)
+{
+    core_->SetEventSink(std::move(sink));
+}
+
+EmulatorSnapshot Emulator::Snapshot() const
+{
+    return core_->Snapshot();
+}
+
 std::vector<DecodedRequest> Emulator::Requests() const
 {
     return core_->Requests();

@@ -1,6 +1,7 @@
 #include "emulator_core.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "emulator_log.h"
 #include "host_ipc.h"
@@ -77,10 +78,36 @@ int EmulatorCore::HandleRequest(uint32_t code, MessageParcel &data, MessageParce
     request.callingPid = IPCSkeleton::GetCallingPid();
     request.callingUid = IPCSkeleton::GetCallingUid();
     Remember(request);
+    auto started = std::chrono::steady_clock::now();
+    auto wallClock = std::chrono::system_clock::now();
+    int status = Serve(request, reply);
+    Transaction transaction;
+    transaction.code = code;
+    transaction.operation = request.operation;
+    transaction.envelope = std::to_string(request.serviceType) + "/" + std::to_string(request.subServiceType) + "/" +
+                           std::to_string(request.operateCode) + "/" + std::to_string(request.subOperateCode) + "/" +
+                           std::to_string(request.command);
+    transaction.fields = request.fields;
+    transaction.problem = request.TokenOk() ? request.problem : "wrong interface token " + Str16ToStr8(request.token);
+    transaction.status = status;
+    if (status == EMU_OK && reply.GetDataSize() >= sizeof(int32_t)) {
+        std::memcpy(&transaction.status, reinterpret_cast<const void *>(reply.GetData()), sizeof(int32_t));
+    }
+    transaction.durationMs =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started).count();
+    transaction.startedAtMs =
+        std::chrono::duration_cast<std::chrono::milliseconds>(wallClock.time_since_epoch()).count();
+    transaction.callingPid = request.callingPid;
+    Trace(std::move(transaction));
+    return status;
+}
+
+int EmulatorCore::Serve(const DecodedRequest &request, MessageParcel &reply)
+{
     // Every stub checks the token before anything else; a foreign request gets no reply data, only the status.
     if (!request.TokenOk()) {
         return Refuse(EMU_ERR_WRONG_TOKEN, "wrong interface token \"" + Str16ToStr8(request.token) + "\" on request " +
-                                               std::to_string(code));
+                                               std::to_string(request.code));
     }
     std::shared_ptr<const RequestHook> hook;
     {
@@ -293,9 +320,18 @@ void EmulatorCore::Record(const std::string &kind, int32_t id, int32_t result, c
                           const std::string &payload)
 {
     EMU_LOG_AT(LOG_INFO, kind.c_str(), "%{public}s", text.c_str());
-    std::lock_guard<std::mutex> lock(eventsMutex_);
-    events_.Push(EmulatorEvent{nextSequence_++, kind, id, result, text, payload});
-    eventAdded_.notify_all();
+    EmulatorEvent event{0, kind, id, result, text, payload};
+    std::shared_ptr<const EventSink> sink;
+    {
+        std::lock_guard<std::mutex> lock(eventsMutex_);
+        event.sequence = nextSequence_++;
+        events_.Push(event);
+        eventAdded_.notify_all();
+        sink = eventSink_;
+    }
+    if (sink != nullptr) {
+        (*sink)(event);
+    }
 }
 
 std::vector<EmulatorEvent> EmulatorCore::Events() const

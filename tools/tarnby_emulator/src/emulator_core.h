@@ -4,6 +4,7 @@
 // The emulated service: its state, its request handlers and its life (start, stop, death, return).
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <mutex>
@@ -49,6 +50,9 @@ public:
                        EmulatorEvent *first) const;
 
     void SetRequestHook(RequestHook hook);
+    void SetTransactionSink(TransactionSink sink);
+    void SetEventSink(EventSink sink);
+    EmulatorSnapshot Snapshot() const;
     std::vector<DecodedRequest> Requests() const;
     bool WaitForRequests(size_t count, std::chrono::milliseconds timeout) const;
 
@@ -94,6 +98,12 @@ private:
     static const Operation *FindOperation(uint32_t serviceType, uint32_t subServiceType);
     static const Operation OPERATIONS[];
 
+    // The status of a decoded request, with the reply written: refused, scripted by the hook, or answered.
+    int Serve(const DecodedRequest &request, MessageParcel &reply);
+    // A call of a client's callback object, traced as `operation` with `fields`.
+    CallbackResult TracedCall(const std::string &operation, uint32_t code, std::vector<RequestField> fields,
+                              const std::function<CallbackResult()> &call);
+    void Trace(Transaction transaction);
     // The usual answer to a request whose token is right.
     Reply Answer(const DecodedRequest &request);
     void Remember(const DecodedRequest &request);
@@ -163,6 +173,9 @@ private:
     BoundedLog<DecodedRequest> requests_;
     uint64_t requestCount_ = 0;
     std::shared_ptr<const RequestHook> hook_;
+    std::shared_ptr<const TransactionSink> sink_;
+    std::shared_ptr<const EventSink> eventSink_;
+    uint64_t nextTransaction_ = 1;
 
     TaskThread worker_;
 };

@@ -5,6 +5,7 @@
 
 #include "emulator_core.h"
 #include "emulator_log.h"
+#include "protocol.h"
 
 namespace OHOS::TarnbyEmulator {
 namespace {
@@ -269,7 +270,9 @@ int32_t EmulatorCore::SendSurfaceEvent(int32_t connId, uint32_t eventType, uint3
         return EMU_ERR_UNKNOWN_CONNECTION;
     }
     // Outside the state lock: the client's hook may call the emulator back.
-    CallbackResult sent = CallSurfaceEvent(callback, eventType, code, extra);
+    CallbackResult sent =
+        TracedCall("SurfaceEvent", SURFACE_CALLBACK, {{"eventType", eventType}, {"code", code}, {"extra", extra}},
+                   [&] { return CallSurfaceEvent(callback, eventType, code, extra); });
     int32_t result = !sent.Delivered() ? EMU_ERR_CALLBACK_FAILED : sent.answer;
     Record("surface.event", connId, result,
            ConnectionName("surface", connId) + ": event " + std::to_string(eventType) + " code " +

@@ -1,5 +1,6 @@
 // The service's one reader of client requests: the envelope, then each operation's body in the order the service
 // expects it. The handlers work on what this reads (see RequestReader), and tests and fuzzers call it directly.
+#include <algorithm>
 #include <iomanip>
 #include <sstream>
 
@@ -219,6 +220,17 @@ bool ReadEnvelope(MessageParcel &data, DecodedRequest &request)
     return true;
 }
 } // namespace
+
+std::vector<std::string> OperationNames()
+{
+    std::vector<std::string> names;
+    for (const OperationLayout &layout : LAYOUTS) {
+        if (std::find(names.begin(), names.end(), layout.name) == names.end()) {
+            names.push_back(layout.name);
+        }
+    }
+    return names;
+}
 
 DecodedRequest DecodeRequest(uint32_t code, MessageParcel &data)
 {

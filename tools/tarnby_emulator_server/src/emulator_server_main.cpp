@@ -1,20 +1,27 @@
 // tarnby_emulator_server: the emulated Tarnby service as a process of its own. It registers the service under
 // 70633 in the cross-process registry (OHOS_HOST_IPC_DIR) and a control object beside it, prints "ready" and
-// serves until SIGTERM or SIGINT.
+// serves until SIGTERM or SIGINT. With --http it also serves its control panel (a web page and a JSON API), with
+// --trace it writes every transaction as a JSON line, and --scenario loads scripted answers and actions.
 #include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
 #include <vector>
 
+#include "control_panel.h"
 #include "emulator_control.h"
 #include "host_xproc.h"
 #include "ipc_object_stub.h"
 #include "iservice_registry.h"
 #include "message_parcel.h"
+#include "scenario.h"
 #include "service_control.h"
 #include "tarnby_emulator.h"
+#include "trace_recorder.h"
 
 namespace OHOS::TarnbyEmulator {
 namespace {
@@ -64,8 +71,65 @@ private:
     Emulator &emulator_;
 };
 
-int Serve()
+struct Options {
+    bool http = false;
+    PanelOptions panel;
+    std::string trace;
+    std::string scenario;
+};
+
+void Usage()
 {
+    std::fprintf(stderr, "usage: tarnby_emulator_server [--http [ADDR:]PORT [--http-allow-remote]] [--trace FILE] "
+                         "[--scenario FILE.json]\n");
+}
+
+// False (after a message) for arguments it does not understand.
+bool ParseOptions(int argc, char **argv, Options &options)
+{
+    for (int i = 1; i < argc; i++) {
+        std::string argument = argv[i];
+        bool hasValue = i + 1 < argc;
+        if (argument == "--http" && hasValue && ParsePanelAddress(argv[i + 1], options.panel)) {
+            options.http = true;
+            i++;
+        } else if (argument == "--http-allow-remote") {
+            options.panel.allowRemote = true;
+        } else if (argument == "--trace" && hasValue) {
+            options.trace = argv[++i];
+        } else if (argument == "--scenario" && hasValue) {
+            options.scenario = argv[++i];
+        } else {
+            std::fprintf(stderr, "tarnby_emulator_server: cannot use \"%s\"\n", argument.c_str());
+            Usage();
+            return false;
+        }
+    }
+    return true;
+}
+
+bool LoadScenario(const std::string &path, Scenario &scenario)
+{
+    std::ifstream file(path);
+    std::stringstream text;
+    text << file.rdbuf();
+    std::string error;
+    if (!file || !ParseScenario(text.str(), scenario, error)) {
+        std::fprintf(stderr, "tarnby_emulator_server: scenario %s: %s\n", path.c_str(),
+                     file ? error.c_str() : "cannot be read");
+        return false;
+    }
+    return true;
+}
+
+int Serve(int argc, char **argv)
+{
+    Options options;
+    Scenario scenario;
+    if (!ParseOptions(argc, argv, options) ||
+        (!options.scenario.empty() && !LoadScenario(options.scenario, scenario))) {
+        return 2;
+    }
     if (HostIpc::CrossProcessDirectory().empty()) {
         std::fprintf(stderr, "tarnby_emulator_server: set OHOS_HOST_IPC_DIR to the registry directory\n");
         return 2;
@@ -76,17 +140,44 @@ int Serve()
     sigaddset(&stop, SIGINT);
     pthread_sigmask(SIG_BLOCK, &stop, nullptr); // before any thread starts, so only sigwait sees them
     Emulator emulator;
+    TraceRecorder trace;
+    ScenarioRunner runner(emulator);
+    runner.Load(scenario);
+    ControlPanel panel(emulator, trace, runner);
+    std::string error;
+    if (!options.trace.empty() && !trace.WriteTo(options.trace, error)) {
+        std::fprintf(stderr, "tarnby_emulator_server: %s\n", error.c_str());
+        return 2;
+    }
+    emulator.SetTransactionSink([&trace](const Transaction &transaction) { trace.Record(transaction); });
+    trace.OnEntry([&panel](const Json::Value &entry) {
+        panel.Publish("trace", entry);
+        panel.Publish("state", panel.State());
+    });
+    emulator.SetEventSink([&runner, &panel](const EmulatorEvent &event) {
+        runner.OnEvent(event);
+        panel.Publish("event", EventJson(event));
+    });
     sptr<IRemoteObject> control = new ControlStub(emulator);
     auto manager = SystemAbilityManagerClient::GetInstance().GetSystemAbilityManager();
     if (!emulator.Start() || manager == nullptr || manager->AddSystemAbility(EMULATOR_CONTROL_ID, control) != ERR_OK) {
         std::fprintf(stderr, "tarnby_emulator_server: the service could not be registered\n");
         return 1;
     }
+    if (options.http && !panel.Start(options.panel, error)) {
+        std::fprintf(stderr, "tarnby_emulator_server: %s\n", error.c_str());
+        return 1;
+    }
     std::printf("ready: the Tarnby service is registered under %d in %s\n", TARNBY_SERVICE_ID,
                 HostIpc::CrossProcessDirectory().c_str());
+    if (options.http) {
+        std::printf("control panel: %s\n", panel.Url().c_str());
+    }
     std::fflush(stdout);
     int signal = 0;
     sigwait(&stop, &signal);
+    emulator.SetEventSink(nullptr);
+    emulator.SetTransactionSink(nullptr);
     manager->RemoveSystemAbility(EMULATOR_CONTROL_ID);
     emulator.Stop();
     return 0;
@@ -94,7 +185,7 @@ int Serve()
 } // namespace
 } // namespace OHOS::TarnbyEmulator
 
-int main()
+int main(int argc, char **argv)
 {
-    return OHOS::TarnbyEmulator::Serve();
+    return OHOS::TarnbyEmulator::Serve(argc, argv);
 }
