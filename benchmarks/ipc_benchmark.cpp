@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What one small library request costs beside what the host IPC itself costs, in one run:
 //   a bare synchronous round trip through a proxy (one int32 each way);
 //   a library request with one int32 field (StartAudioTransfer) to a minimal service under 70633, which answers 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cost of the Parcel primitives every request and callback goes through, next to a plain memcpy of the same
 // payload for the bulk case. scripts/parcel_bench_compare.sh runs this program built from two trees, alternated.
 #include <benchmark/benchmark.h>

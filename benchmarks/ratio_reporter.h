@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_BENCHMARK_RATIO_REPORTER_H
 #define TARNBY_BENCHMARK_RATIO_REPORTER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Costs of the host IPC across real processes, each beside the floor it is judged against:
 //   a null synchronous request vs a raw SOCK_SEQPACKET ping-pong between two processes;
 //   SendCollaborationData of 4,190,208 bytes to a service that reads them vs one copy of 4 MiB into fresh pages;

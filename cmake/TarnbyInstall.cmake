@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The installable host SDK: the client library, the host platform pieces it links, their headers, the emulator, the
 # demo, a CMake package (find_package(TarnbyClient)), pkg-config files and Debian packages (cpack -G DEB).
 include(GNUInstallDirs)

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The library's binary interface, checked against its record (interfaces/innerkits/abi/, written by abidw):
 #   - the exported symbols are the library's namespace only (with its classes' type information, virtual tables and
 #     thunks);

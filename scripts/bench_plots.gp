@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The curves of scripts/bench_report.sh; `dir` names the folder of the CSV files and of the plots.
 set datafile separator ","
 set terminal pngcairo size 900,420 font "DejaVu Sans,9"

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The host IPC's costs beside their floors, after the normal build: the curve benchmarks in both modes (CSV), the
 # goal ratios of xproc_benchmark idle and beside two spinning processes (5 repetitions, medians), and the curves
 # drawn as PNG plots with gnuplot, the floor on each. Benchmarks, not tests: nothing here passes or fails on a time.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds and runs the out-of-tree consumer (test/consumer) against an installed SDK, once through
 # find_package(TarnbyClient) and once through pkg-config alone.
 # Usage: scripts/consumer_test.sh <installed prefix> <work dir>

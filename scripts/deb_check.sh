@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Packs the SDK of a CMake build as Debian packages (cpack -G DEB), installs them on this machine with apt-get and
 # builds and runs the out-of-tree consumer against the installed packages. Installs system packages: run it by hand
 # or in a throw-away machine, not in the test command. Usage: scripts/deb_check.sh [cmake-build-dir]

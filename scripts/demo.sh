@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds the project (installing missing packages first) and runs the demo against the service emulator.
 # Arguments go to tarnby_demo (e.g. `collaboration --log`; `--help` lists them).
 set -euo pipefail

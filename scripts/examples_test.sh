@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds the examples (examples/) against an installed SDK, as an application is built, and runs each one twice:
 # with the service emulator in its own process, and against tarnby_emulator_server in a second process. Each example
 # checks what it saw and ends with "<name>: ok".

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs every libFuzzer target for <seconds> (default 1800), two at a time, from its seed corpus in the repository;
 # new inputs are kept in build-asan/test/fuzztest/<name>_corpus, findings go to build-asan/test/fuzztest/findings/.
 # Prints executions and coverage per target; fails on any finding. Usage: scripts/fuzz.sh [seconds]

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Host check of the device build files (bundle.json and the BUILD.gn files): gn builds the library and its unit tests
 # from them with the stand-in templates of host/gn, against the host platform pieces of a CMake build, and runs the
 # tests. Also fails when gn and CMake compile different sets of the component's sources.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Mutation sweep of the library and the host layer: applies each mutant of scripts/mutants.txt alone to a scratch copy of the tree, rebuilds what
 # changed (ccache keeps the unmutated objects), runs the library's test binaries (stopping at the first failure) and
 # records whether the mutant was killed. A mutant whose anchor is not found exactly once, or that does not build, is

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Compares two builds of benchmarks/parcel_benchmark on the same machine: runs them alternately ROUNDS times
 # (default 5) and prints, per benchmark, the median CPU time of each and the ratio new/old (CPU time, because wall
 # time is unreliable on a shared machine).

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs what the build needs on a Debian machine (only the packages that are missing), then configures and builds
 # one build folder. Usage: scripts/setup.sh <build-dir> [extra cmake arguments...]
 set -euo pipefail

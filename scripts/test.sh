@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds and runs every test three times: a normal build; an AddressSanitizer + UndefinedBehaviorSanitizer build
 # (clang) that also runs each libFuzzer target for a short while; and a ThreadSanitizer build. Any sanitizer report
 # or fuzzer finding fails the run. Installs missing packages first. After the normal build: the device build files

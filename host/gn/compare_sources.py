@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Fails when the gn build and the CMake build compile different sets of the component's sources.
 
 The host platform pieces, their tests, the benchmarks and the fuzzers are host-side only and left out of the

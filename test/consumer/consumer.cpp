@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Starts a collaboration session through the installed client library against the installed service emulator.
 #include <cstdio>
 #include <vector>

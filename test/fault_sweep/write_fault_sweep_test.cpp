@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every front operation with each of its parcel writes failing in turn (the host's write-fault switch): the write
 // that fails decides the status and the one error line, in the order the fields are written, and nothing is sent.
 // Walking on until a run no longer hits a failing write shows that no write went unchecked.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many threads at once on the library's shared paths against the service emulator: media requests whose events come
 // back on IPC threads while the service dies and comes back, beside proxy lookups and drops and log sinks swapped
 // under the logging threads. Bounded by iteration counts, not time. Each call must end

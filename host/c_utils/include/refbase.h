@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef UTILS_BASE_REFBASE_H
 #define UTILS_BASE_REFBASE_H
 

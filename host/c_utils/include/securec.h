@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef SECUREC_H
 #define SECUREC_H
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Fails when an inner kit's header list in bundle.json differs from the headers in its header_base folder."""
 import os
 import sys

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Host HiLog: the level check comes first, then the caller formats (privacy tags honoured) and hands the line to
 // the background writer, or, while a test sink is installed, to the sink on its own thread.
 #include <pthread.h>

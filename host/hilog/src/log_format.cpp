@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Privacy-tag formatting: printf conversions with an optional {public}/{private} tag after '%'.
 #include "log_format.h"
 

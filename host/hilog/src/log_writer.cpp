@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The background writer of host HiLog: callers copy a formatted line into a bounded ring under a short lock, one
 // thread prints the lines to stderr in batches, as the platform's logging daemon does.
 #include "log_writer.h"

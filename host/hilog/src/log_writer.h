@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef HIVIEWDFX_HOST_LOG_WRITER_H
 #define HIVIEWDFX_HOST_LOG_WRITER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef OHOS_IPC_IPC_OBJECT_STUB_H
 #define OHOS_IPC_IPC_OBJECT_STUB_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPCSkeleton: the calling identity of the request a thread serves, and the process-wide IPC settings.
 #include "ipc_skeleton.h"
 

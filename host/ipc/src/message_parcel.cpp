@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // MessageParcel: the object table, descriptors and raw blocks on top of the plain Parcel bytes.
 #include "message_parcel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Per-thread identities: the one a thread sends with, and the one of the caller it is serving.
 #include "thread_identity.h"
 

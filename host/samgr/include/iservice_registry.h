@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef OHOS_SAMGR_ISERVICE_REGISTRY_H
 #define OHOS_SAMGR_ISERVICE_REGISTRY_H
 

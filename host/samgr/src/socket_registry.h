@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef OHOS_HOST_SAMGR_SOCKET_REGISTRY_H
 #define OHOS_HOST_SAMGR_SOCKET_REGISTRY_H
 

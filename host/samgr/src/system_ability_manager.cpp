@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Host system ability manager: a plain local object in this process that hands out the shared proxies of the
 // registered abilities, as if each ability lived in a process of its own; in the cross-process mode the
 // registrations also go to the socket directory that every process of the user shares.

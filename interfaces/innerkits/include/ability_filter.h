@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_ABILITY_FILTER_H
 #define TARNBY_ABILITY_FILTER_H
 

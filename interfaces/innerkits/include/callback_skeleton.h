@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef CALLBACK_SKELETON_H
 #define CALLBACK_SKELETON_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef COLLAB_ABILITY_CALLBACK_H
 #define COLLAB_ABILITY_CALLBACK_H
 

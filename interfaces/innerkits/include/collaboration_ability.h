@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef COLLABORATION_ABILITY_H
 #define COLLABORATION_ABILITY_H
 

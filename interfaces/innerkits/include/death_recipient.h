@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_DEATH_RECIPIENT_H
 #define TARNBY_DEATH_RECIPIENT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_SURFACE_TRANSFER_ABILITY_H
 #define TARNBY_SURFACE_TRANSFER_ABILITY_H
 

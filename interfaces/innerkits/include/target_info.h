@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_TARGET_INFO_H
 #define TARNBY_TARGET_INFO_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "audio_transfer_ability.h"
 
 #include "ability_filter.h"

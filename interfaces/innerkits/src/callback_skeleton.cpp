@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "callback_skeleton.h"
 #include "callback_token.h"
 

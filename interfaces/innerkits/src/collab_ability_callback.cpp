@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "collab_ability_callback.h"
 
 #include "callback_token.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_NESTED_RECORD_H
 #define TARNBY_NESTED_RECORD_H
 

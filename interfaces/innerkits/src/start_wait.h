@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_START_WAIT_H
 #define TARNBY_START_WAIT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tarnby_request.h"
 
 #include "nested_record.h"

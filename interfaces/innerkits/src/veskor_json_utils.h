@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef VESKOR_JSON_UTILS_H
 #define VESKOR_JSON_UTILS_H
 

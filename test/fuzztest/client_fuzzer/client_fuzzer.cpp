@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library's readers of what another process sends, chosen by the first byte of the input:
 // - every callback object the service calls, fed the requests a hostile peer could send (token right, wrong or
 //   missing; codes biased to the real ones; descriptors and objects placed anywhere);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_FUZZ_PARCEL_H
 #define TARNBY_FUZZ_PARCEL_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The service emulator's request decoding, driven as a client process would: any request code and body reach the
 // running emulator's service object (token right, wrong or missing; service codes biased to the real ones; callback
 // objects and descriptors anywhere). The emulator must refuse what it cannot read, never crash or leak.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host Parcel and MessageParcel readers on a parcel written by a hostile peer: a script at the head of the input
 // chooses which reads run in which order (with sizes and positions from the input), the rest is the parcel. Every
 // reader must stay inside the parcel and never read beyond its data, whatever a length or count claims.

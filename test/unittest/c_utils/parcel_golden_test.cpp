@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Replays every row recorded from the platform's Parcel (golden/*.tsv) against the host Parcel. A replay names the
 // row's calls and renders their outcome in the file's own notation; the file decides what is right.
 #include <gtest/gtest.h>

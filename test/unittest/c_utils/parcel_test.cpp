@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Parcel behaviour beyond the recorded rows: vector element widths, the terminator rule, cursors after ParseFrom,
 // counts bounded by what the bytes can hold, binder objects in the data, allocators and the write-fault switch.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lifetimes and counts of RefBase objects as the platform reports them, and the singleton templates.
 #include <gtest/gtest.h>
 

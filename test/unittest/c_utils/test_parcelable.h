@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef C_UTILS_TEST_PARCELABLE_H
 #define C_UTILS_TEST_PARCELABLE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Callback reception of every family, fed by hand in wire order, and the extra-info JSON helpers.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The collaboration front as the service sees it, the start's answer through its inner callback, the session callback.
 #include <gtest/gtest.h>
 

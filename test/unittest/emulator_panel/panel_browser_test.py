@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 # The control panel in a real browser: headless Chromium opens the page with its token, an application starts a
 # session, the page shows it within two seconds, and the page's "send as peer" control makes the application's
 # callback receive the text. Saves a screenshot of the page.

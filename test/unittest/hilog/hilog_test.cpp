@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Host HiLog: privacy-tag formatting, the level threshold, the background writer (order, flood, exit) and the sink.
 #include <fcntl.h>
 #include <sys/wait.h>

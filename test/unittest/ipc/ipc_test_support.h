@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_TEST_IPC_TEST_SUPPORT_H
 #define TARNBY_TEST_IPC_TEST_SUPPORT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // MessageParcel and MessageOption in one process: token bytes, flat objects, descriptors, raw blocks, Append and
 // the default maximum, decoded by hand.
 #include <poll.h>

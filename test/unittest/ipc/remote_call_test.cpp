@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Requests through a proxy cross the simulated process boundary: fresh parcels, proxies for objects, duplicated
 // descriptors, raw blocks, the return-code rule, IPC threads, nested and concurrent calls, and the target's death.
 #include <poll.h>

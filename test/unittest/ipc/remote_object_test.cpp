@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IRemoteObject, IPCObjectStub, IPCObjectProxy, IPCSkeleton and the brokers: descriptors, the reserved codes a stub
 // answers itself, what a proxy asks the other side, what a handler learns about its caller, and iface_cast.
 #include "iremote_object.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host system ability manager: registrations handed out as shared proxies, availability, killed abilities.
 #include <gtest/gtest.h>
 

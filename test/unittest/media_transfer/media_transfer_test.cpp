@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Audio and surface transfer fronts as the service sees them, the death recipient, and the service's death.
 #include <gtest/gtest.h>
 

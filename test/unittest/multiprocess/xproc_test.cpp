@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Real processes: a test service in a child process, clients in others, death by SIGKILL, hostile frames. The
 // wait-time and thread-cap cases run in this process, in whichever mode the environment chose.
 #include <fcntl.h>

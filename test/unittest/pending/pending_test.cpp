@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one-shot reply wait. Waits end at once (time 0, an answer already there) or last until an answer comes; a broken
 // wake-up shows as a hang, which the test's time limit turns into a failure. Nothing here asserts on a duration.
 #include <gtest/gtest.h>

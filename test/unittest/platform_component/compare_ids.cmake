@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Fails unless the header's enum lists the table's rows, in order, each with its value, and nothing else.
 file(STRINGS ${TABLE} rows REGEX "^[A-Z_0-9]+\t[0-9]+$")
 file(STRINGS ${HEADER} entries REGEX "^    [A-Z_0-9]+ = [0-9]+,$")

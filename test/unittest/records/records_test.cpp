@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The records: bytes written out by hand, read back, written again, and failing at every cut with their one line.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reaching the service (the envelope, the three send operations and their failures, the shared proxy's lookup), the
 // service emulator by itself (refusals, hook, event log), and the demo run as a user runs it.
 #include <gtest/gtest.h>

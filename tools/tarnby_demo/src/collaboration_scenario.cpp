@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Register a collaboration callback, start a session, send data both ways, stop it and unregister.
 #include "collaboration_ability.h"
 #include "scenarios.h"

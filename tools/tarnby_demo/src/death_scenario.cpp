@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The service dies during a surface transfer: the death recipient, registered before the transfer was initialised,
 // tells the callback (1012 with the transfer's id), calls find no service, and once the service is back the next
 // call finds it again, without the transfer that died with it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // tarnby_demo: the client library at work against the service emulator, with a readable transcript.
 #include <cstdlib>
 #include <cstring>

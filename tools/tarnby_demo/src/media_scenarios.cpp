@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Audio transfer (init, start, stop, release) and surface transfer (init, screen parameters, start, cast
 // operations, virtual display, stop, release), with the states the emulator keeps and the events it sends.
 #include "audio_transfer_ability.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_DEMO_TRANSCRIPT_H
 #define TARNBY_DEMO_TRANSCRIPT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_EMULATOR_CALLBACK_SENDER_H
 #define TARNBY_EMULATOR_CALLBACK_SENDER_H
 

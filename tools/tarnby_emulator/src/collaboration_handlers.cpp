@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Collaboration sessions (service type 103): registrations of collaboration callbacks by target, sessions with fresh
 // ids answered through the inner callback, data and events delivered to the callback registered for a session's
 // target. The emulated peer loops the client's data back, so one process can see both directions.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the emulator shows of itself: each transaction across the service's boundary as it ends, and its state.
 #include "emulator_core.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Audio (service type 104) and surface (service type 105) transfers: connections with fresh ids and a small state
 // machine each (initialised, started, stopped; released by de-initialisation, never while started). Surface state
 // changes and cast operations are told to the callback given at initialisation (request code 601).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The service's one reader of client requests: the envelope, then each operation's body in the order the service
 // expects it. The handlers work on what this reads (see RequestReader), and tests and fuzzers call it directly.
 #include <algorithm>

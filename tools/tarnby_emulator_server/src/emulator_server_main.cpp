@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // tarnby_emulator_server: the emulated Tarnby service as a process of its own. It registers the service under
 // 70633 in the cross-process registry (OHOS_HOST_IPC_DIR) and a control object beside it, prints "ready" and
 // serves until SIGTERM or SIGINT. With --http it also serves its control panel (a web page and a JSON API), with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARNBY_EMULATOR_SERVER_SCENARIO_H
 #define TARNBY_EMULATOR_SERVER_SCENARIO_H
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 # Writes the control panel's page as a C++ string constant: embed_page.py <panel.html> <panel_page.h>
 import sys
 

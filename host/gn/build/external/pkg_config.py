@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Prints the flags of one pkg-config package as a JSON object that `gn` reads with exec_script."""
 import json
 import subprocess

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef HIVIEWDFX_HILOG_C_H
 #define HIVIEWDFX_HILOG_C_H
 
