@@ -3,8 +3,12 @@
 #define TARNBY_TEST_RAW_MESSAGE_H
 
 // One socket message written by hand, with descriptors attached, as a peer that does not use the runtime sends it.
+#include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <vector>
 
@@ -23,6 +27,23 @@ inline ssize_t SendRawMessage(int socket, const void *data, size_t size, const s
         std::memcpy(CMSG_DATA(rights), fds.data(), sizeof(int) * fds.size());
     }
     return sendmsg(socket, &message, MSG_NOSIGNAL | flags);
+}
+// poll() of one descriptor for `events` within `milliseconds`, waiting on through signals (a fuzzer's timer, say):
+// the revents, or 0 when the time ran out.
+inline short PollFor(int fd, short events, int milliseconds)
+{
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    for (;;) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        pollfd watched{fd, events, 0};
+        int ready = poll(&watched, 1, static_cast<int>(std::max<long long>(left.count(), 0)));
+        if (ready > 0) {
+            return watched.revents;
+        }
+        if (ready == 0 || errno != EINTR) {
+            return 0;
+        }
+    }
 }
 } // namespace OHOS::TarnbyTest
 

@@ -69,8 +69,7 @@ bool PingedOrClosed(int socket)
     TarnbyTest::SendRawMessage(socket, &ping, sizeof(ping), {});
     std::vector<uint8_t> buffer(HostIpc::MAX_MESSAGE);
     for (;;) {
-        pollfd readable{socket, POLLIN, 0};
-        if (poll(&readable, 1, GUARD_MILLISECONDS) != 1) {
+        if (TarnbyTest::PollFor(socket, POLLIN, GUARD_MILLISECONDS) == 0) { // libFuzzer's timer interrupts polls
             return false;
         }
         ssize_t got = recv(socket, buffer.data(), buffer.size(), MSG_CMSG_CLOEXEC);

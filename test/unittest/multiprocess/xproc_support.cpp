@@ -132,9 +132,8 @@ bool RawPeer::Send(const std::vector<uint32_t> &words, const std::vector<int> &f
 
 std::vector<uint32_t> RawPeer::Receive()
 {
-    pollfd readable{socket_, POLLIN, 0};
     std::vector<uint32_t> words(LARGEST_MESSAGE / sizeof(uint32_t));
-    if (poll(&readable, 1, GUARD_MILLISECONDS) != 1) {
+    if (PollFor(socket_, POLLIN, GUARD_MILLISECONDS) == 0) {
         return {};
     }
     ssize_t got = recv(socket_, words.data(), LARGEST_MESSAGE, 0);
@@ -146,8 +145,7 @@ bool RawPeer::ClosedByPeer()
 {
     char buffer[LARGEST_MESSAGE];
     for (;;) {
-        pollfd readable{socket_, POLLIN, 0};
-        if (poll(&readable, 1, GUARD_MILLISECONDS) != 1) {
+        if (PollFor(socket_, POLLIN, GUARD_MILLISECONDS) == 0) {
             return false;
         }
         ssize_t got = recv(socket_, buffer, sizeof(buffer), 0);
@@ -159,8 +157,7 @@ bool RawPeer::ClosedByPeer()
 
 bool RawPeer::HungUp()
 {
-    pollfd hangUp{socket_, POLLRDHUP, 0};
-    return poll(&hangUp, 1, GUARD_MILLISECONDS) == 1 && (hangUp.revents & (POLLHUP | POLLRDHUP)) != 0;
+    return (PollFor(socket_, POLLRDHUP, GUARD_MILLISECONDS) & (POLLHUP | POLLRDHUP)) != 0;
 }
 
 std::string ServicePath(int32_t id)
