@@ -23,6 +23,7 @@ do for [mode in "xproc inproc"] {
 unset multiplot
 
 set output dir."/payload.png"
+set format x "%.0s%cB"
 set multiplot layout 1,2 title "round trip against payload size"
 do for [mode in "xproc inproc"] {
     set title mode eq "xproc" ? "across processes" : "in one process"
@@ -36,6 +37,7 @@ do for [mode in "xproc inproc"] {
 }
 unset multiplot
 
+set format x "%g"
 set output dir."/oneway.png"
 set title "one-way request throughput against client threads"
 set xlabel "client threads"

@@ -16,13 +16,13 @@ command -v gnuplot >/dev/null || { echo "gnuplot is missing: apt-get install gnu
 # The library and the runtime log to stderr; the log of a run goes next to its table.
 for mode in xproc inproc; do
     echo "== curves, $mode =="
-    "$bin/curves_benchmark" --mode "$mode" --csv-dir "$out" --benchmark_min_time=0.2 \
+    "$bin/curves_benchmark" --mode "$mode" --csv-dir "$out" --benchmark_min_time=0.2 --benchmark_color=false \
         >"$out/curves_$mode.txt" 2>"$out/curves_$mode.log"
 done
 for load in 0 2; do
     echo "== goal ratios beside $load spinning processes =="
     "$bin/xproc_benchmark" --background-load "$load" --benchmark_repetitions=5 \
-        --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
+        --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true --benchmark_color=false \
         >"$out/goals_load$load.txt" 2>"$out/goals_load$load.log"
     grep '^medians:' "$out/goals_load$load.txt"
 done
