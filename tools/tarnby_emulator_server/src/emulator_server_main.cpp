@@ -131,8 +131,14 @@ int Serve(int argc, char **argv)
         (!options.scenario.empty() && !LoadScenario(options.scenario, scenario))) {
         return 2;
     }
+    // Without a registry directory of the caller's choosing, one of this user's own: applications started with the
+    // same OHOS_HOST_IPC_DIR (printed below) find the service there.
+    std::string fallback = "/tmp/tarnby-ipc-" + std::to_string(geteuid());
+    if (getenv("OHOS_HOST_IPC_DIR") == nullptr) {
+        setenv("OHOS_HOST_IPC_DIR", fallback.c_str(), 1);
+    }
     if (HostIpc::CrossProcessDirectory().empty()) {
-        std::fprintf(stderr, "tarnby_emulator_server: set OHOS_HOST_IPC_DIR to the registry directory\n");
+        std::fprintf(stderr, "tarnby_emulator_server: no usable registry directory (OHOS_HOST_IPC_DIR)\n");
         return 2;
     }
     sigset_t stop;
@@ -169,8 +175,8 @@ int Serve(int argc, char **argv)
         std::fprintf(stderr, "tarnby_emulator_server: %s\n", error.c_str());
         return 1;
     }
-    std::printf("ready: the Tarnby service is registered under %d in %s\n", TARNBY_SERVICE_ID,
-                HostIpc::CrossProcessDirectory().c_str());
+    std::printf("ready: the Tarnby service is registered under %d in %s (OHOS_HOST_IPC_DIR=%s for applications)\n",
+                TARNBY_SERVICE_ID, HostIpc::CrossProcessDirectory().c_str(), HostIpc::CrossProcessDirectory().c_str());
     if (options.http) {
         std::printf("control panel: %s\n", panel.Url().c_str());
     }
