@@ -32,12 +32,14 @@ inline constexpr int32_t ERR_TRBY_NOT_SUPPORTED = 0x1B8107E7;  ///< 461440999: a
 inline constexpr int32_t ERR_TRBY_DATA_TOO_LARGE = 0x1B840008; ///< 461635592: collaboration data too large.
 inline constexpr int32_t ERR_TRBY_NO_ANSWER = 0x1B840011;      ///< 461635601: no answer within 20 seconds.
 
-// Result codes handed to CallbackSkeleton::ApplyResult for a completed resource application.
+/** @name Result codes handed to CallbackSkeleton::ApplyResult for a completed resource application. */
+///@{
 inline constexpr int32_t APPLY_RESULT_FIRST = 1004720001;  ///< For the service's result 320001.
 inline constexpr int32_t APPLY_RESULT_SECOND = 1004720002; ///< For the service's result 320003.
 inline constexpr int32_t APPLY_RESULT_THIRD = 1004720003;  ///< For the service's result 320016.
 inline constexpr int32_t APPLY_RESULT_FOURTH = 1004720004; ///< For the service's result 320017.
 inline constexpr int32_t APPLY_RESULT_FIFTH = 1004720005;  ///< For the service's result 320018.
+///@}
 
 /**
  * @brief The name of a status code of this header.
