@@ -56,7 +56,9 @@ TEST_F(CrossProcessTest, DescriptorAndLargestRawDataCross)
     ASSERT_TRUE(data.WriteUint32(INLINE_SIZE) && data.WriteUnpadBuffer(raw.data() + 1, INLINE_SIZE));
     close(file);
     MessageParcel reply;
-    ASSERT_EQ(Ask(FindService(), CHECK_TRANSFER, data, reply), 0);
+    // 128 MiB copied and summed on both sides: under the thread sanitizer on a busy machine that takes tens of
+    // seconds, so the call may wait two minutes (completion, not speed).
+    ASSERT_EQ(Ask(FindService(), CHECK_TRANSFER, data, reply, MessageOption(MessageOption::TF_SYNC, 120)), 0);
     EXPECT_EQ(reply.ReadString(), "told through a descriptor");
     EXPECT_EQ(reply.ReadUint64(), SumOf(raw.data(), raw.size()));
     EXPECT_EQ(reply.ReadUint64(), SumOf(raw.data() + 1, INLINE_SIZE));
